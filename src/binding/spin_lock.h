@@ -1,0 +1,27 @@
+// The short lock of a method-table list: a 32-bit word, 0 free and 1 held. No
+// thread identity and no recursion. The first 32 rounds of waiting only pause;
+// every later round also yields, so that a loaded machine lets the holder run.
+#ifndef MOXUTILS_BINDING_SPIN_LOCK_H_
+#define MOXUTILS_BINDING_SPIN_LOCK_H_
+
+#include <cstdint>
+
+void MOXSpinLockAcquire(uint32_t* word);
+
+inline void MOXSpinLockRelease(uint32_t* word) {
+  __atomic_exchange_n(word, 0u, __ATOMIC_RELEASE);
+}
+
+// Holds the spin lock for a scope, also while an exception passes.
+class MOXSpinLockHolder {
+ public:
+  explicit MOXSpinLockHolder(uint32_t* word) : fWord(word) { MOXSpinLockAcquire(fWord); }
+  ~MOXSpinLockHolder() { MOXSpinLockRelease(fWord); }
+  MOXSpinLockHolder(const MOXSpinLockHolder&) = delete;
+  MOXSpinLockHolder& operator=(const MOXSpinLockHolder&) = delete;
+
+ private:
+  uint32_t* fWord;
+};
+
+#endif  // MOXUTILS_BINDING_SPIN_LOCK_H_
