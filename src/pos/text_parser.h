@@ -1,0 +1,27 @@
+// The POS text notation: compact literals for POS objects, such as
+// "< category string oneof [int] >". Nothing in the library writes it; it is
+// read by CreateFromText, slot 3 of "POSObjectStatics".
+//
+//   <key value ...>  Dict       [value ...]   Array
+//   name             String     (any text)    String, `\` quotes the next char
+//   `0041`           UnicodeString, big-endian hexadecimal units
+//   -1.5             Number, digits and points after an optional sign
+//
+// The parser is a client of the object model: it makes every object through
+// the registered interfaces and holds it in a CPOSObject, so a failed parse
+// leaves no object behind.
+#ifndef MOXUTILS_POS_TEXT_PARSER_H_
+#define MOXUTILS_POS_TEXT_PARSER_H_
+
+#include "MOXTypes.h"
+#include "POSProcs.h"
+
+// The entry of CreateFromText (POSObjectCreateFromTextProc). Returns the
+// object, unowned, or null when the text is not well formed. When `position`
+// is not null it is cleared first; on a syntax error it receives the place in
+// `text` where parsing stopped, and stays null otherwise. Syntax errors are
+// not reported; any other failure (out of memory, a missing interface) is
+// reported through MOXReportError and gives null.
+MOXContainer POSObjectCreateFromText(const char* text, const char** position);
+
+#endif  // MOXUTILS_POS_TEXT_PARSER_H_
