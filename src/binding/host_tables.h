@@ -47,8 +47,7 @@ inline uint64_t MOXReadUnregisterCount() {
 // Asks the runtime for a procedure. Null while unbound. During binding a
 // missing procedure gives null; once the binding is complete it throws a
 // CMOXError with an empty message and component "MOX".
-void* MOXLookupMethod(const char* interfaceName, const char* methodName,
-                      const char* procTypeName);
+void* MOXLookupMethod(const char* interfaceName, const char* methodName, const char* procTypeName);
 
 // Calls MOXReportError when the runtime has one; otherwise drops the text.
 void MOXReportErrorText(const char* message);
@@ -129,11 +128,15 @@ inline MOXStringAtom AddRef(MOXStringAtom atom) {
 }  // namespace MOXString
 
 namespace MOXMemory {
-inline void* Alloc(uint64_t size) { return gMOXMemoryTable.Slot<MOXMemAllocProc>(0)(size); }
+inline void* Alloc(uint64_t size) {
+  return gMOXMemoryTable.Slot<MOXMemAllocProc>(0)(size);
+}
 inline void* Realloc(void* block, uint64_t size) {
   return gMOXMemoryTable.Slot<MOXMemReallocProc>(1)(block, size);
 }
-inline void Free(void* block) { gMOXMemoryTable.Slot<MOXMemFreeProc>(2)(block); }
+inline void Free(void* block) {
+  gMOXMemoryTable.Slot<MOXMemFreeProc>(2)(block);
+}
 // Alloc that raises std::bad_alloc on null.
 void* AllocOrThrow(uint64_t size);
 // Realloc that raises std::bad_alloc on null; the old block then stays valid.
@@ -151,21 +154,25 @@ inline MOXErrorRef GetCoreError(int32_t code) {
 inline MOXErrorRef AddRef(MOXErrorRef error) {
   return gMOXErrorTable.Slot<MOXErrorAddRefProcV2>(2)(error);
 }
-inline void Release(MOXErrorRef error) { gMOXErrorTable.Slot<MOXErrorReleaseProc>(3)(error); }
+inline void Release(MOXErrorRef error) {
+  gMOXErrorTable.Slot<MOXErrorReleaseProc>(3)(error);
+}
 inline MOXStringAtom GetErrorMessage(MOXErrorRef error) {
   return gMOXErrorTable.Slot<MOXErrorGetMessageProc>(4)(error);
 }
 inline MOXStringAtom GetComponent(MOXErrorRef error) {
   return gMOXErrorTable.Slot<MOXErrorGetComponentProc>(5)(error);
 }
-inline int64_t GetID(MOXErrorRef error) { return gMOXErrorTable.Slot<MOXErrorGetIDProc>(6)(error); }
+inline int64_t GetID(MOXErrorRef error) {
+  return gMOXErrorTable.Slot<MOXErrorGetIDProc>(6)(error);
+}
 }  // namespace MOXErrorProcs
 
 namespace MOXContainerProcs {
 inline MOXErrorRef NewFullContainer(MOXContainer* out, void* instance, MOXStringAtom instanceName,
                                     MOXReleaseProc destroy, MOXStringAtom interfaceName) {
-  return gMOXContainerTable.Slot<MOXNewFullContainerV5Proc>(0)(out, instance, instanceName,
-                                                               destroy, interfaceName, 0, 0, 0);
+  return gMOXContainerTable.Slot<MOXNewFullContainerV5Proc>(0)(out, instance, instanceName, destroy,
+                                                               interfaceName, 0, 0, 0);
 }
 inline MOXErrorRef NewContainer(MOXContainer* out, uintptr_t a, uintptr_t b, uintptr_t c,
                                 uintptr_t d, uintptr_t e) {

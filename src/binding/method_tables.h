@@ -48,6 +48,12 @@ class MOXVTabGeneric : public double_linked_list_element<MOXVTabGeneric, CMOXCli
   explicit MOXVTabGeneric(MOXVTabListGeneric* list);
 };
 
+// Slot `index` of a method table, read while a refresh may rewrite it.
+template <typename Proc>
+inline Proc MOXProcAt(void* const* procs, size_t index) {
+  return reinterpret_cast<Proc>(__atomic_load_n(&procs[index], __ATOMIC_RELAXED));
+}
+
 // Fills `procs` with the methods of `container` named by `rows`. Quiet: an
 // absent method returns false at once, later slots keep their contents. Not
 // quiet: the runtime raises the absence as an error.

@@ -1,0 +1,93 @@
+#include "binding/lazy_terminate.h"
+
+#include "binding/host_wrappers.h"
+
+namespace MOX_T_MT {
+
+namespace {
+// Zeroed static storage: valid before any constructor runs.
+LazyTerminateList gTerminationList;
+StaticCacheList gStaticCacheList;
+bool gStaticCacheHookSet = false;
+
+void PurgeStaticCaches() {
+  for (StaticCacheMember* member = gStaticCacheList.Head(); member != nullptr;
+       member = member->Next()) {
+    member->PurgeCache();
+  }
+}
+
+// The cache's AddClientPurge (slot 16) or RemoveClientPurge (slot 17), when
+// the cache interface can be bound.
+void CallClientPurge(size_t slot) {
+  try {
+    if (gMOXCacheTable.Get() == nullptr) return;
+  } catch (...) {
+    return;
+  }
+  gMOXCacheTable.Slot<MOXCacheAddRemoveClientPurgeProcV2>(slot)(&PurgeStaticCaches, 1);
+}
+}  // namespace
+
+LazyTerminateList* MOXTerminationList() {
+  return &gTerminationList;
+}
+StaticCacheList* MOXStaticCacheList() {
+  return &gStaticCacheList;
+}
+
+bool MOXInitializeTerminationList() {
+  LazyTerminate* failed = nullptr;
+  for (LazyTerminate* member = gTerminationList.Head(); member != nullptr;
+       member = member->Next()) {
+    bool started = false;
+    try {
+      started = member->Initialize();
+    } catch (...) {
+      started = false;
+    }
+    if (!started) {
+      failed = member;
+      break;
+    }
+  }
+  if (failed == nullptr) return true;
+  for (LazyTerminate* member = gTerminationList.Head(); member != failed; member = member->Next()) {
+    member->Terminate();
+  }
+  return false;
+}
+
+void MOXTerminateTerminationList() {
+  for (LazyTerminate* member = gTerminationList.Head(); member != nullptr;
+       member = member->Next()) {
+    member->Terminate();
+  }
+}
+
+void MOXAbandonTerminationList() {
+  for (LazyTerminate* member = gTerminationList.Head(); member != nullptr;
+       member = member->Next()) {
+    member->Abandon();
+  }
+}
+
+void MOXRegisterStaticCacheHook() {
+  if (gStaticCacheList.fHead != nullptr) CallClientPurge(16);
+  gStaticCacheHookSet = true;
+}
+
+void MOXUnregisterStaticCacheHook() {
+  gStaticCacheHookSet = false;
+  if (gStaticCacheList.fHead != nullptr) CallClientPurge(17);
+  PurgeStaticCaches();
+}
+
+void MOXTerminateStaticCaches() {
+  for (StaticCacheMember* member = gStaticCacheList.Head(); member != nullptr;
+       member = member->Next()) {
+    member->TerminateCache();
+  }
+}
+
+}  // namespace MOX_T_MT
