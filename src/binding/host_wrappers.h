@@ -48,4 +48,182 @@ inline void Release(MOXSharedBuff buffer) {
 MOXSharedBuff MOXNewSharedBuffer(uint64_t size, void* data, MOXReleaseProc release, uintptr_t a,
                                  uintptr_t b);
 
+// ---- Caches ----------------------------------------------------------------------
+
+// The cache table, loaded on first use; "Missing Interface" when it can't be
+// bound. One missing method of the 24 fails the whole table.
+void MOXRequireCacheTable();
+
+namespace MOXCacheProcs {
+// Each requires the table to be loaded (MOXRequireCacheTable).
+inline MOXCacheID NewCacheID() {
+  return gMOXCacheTable.Slot<MOXCacheNewCacheIDProc>(0)();
+}
+inline void AddRef(MOXCacheID id) {
+  gMOXCacheTable.Slot<MOXCacheAddRefProc>(1)(id);
+}
+inline void Release(MOXCacheID id) {
+  gMOXCacheTable.Slot<MOXCacheReleaseProc>(2)(id);
+}
+inline void MarkNoPurge(MOXCacheID id, uintptr_t* previous, uint32_t mark) {
+  gMOXCacheTable.Slot<MOXCacheMarkNoPurgeProcV2>(7)(id, previous, mark);
+}
+inline void AddClientPurge(MOXCacheClientPurgeProc proc) {
+  gMOXCacheTable.Slot<MOXCacheAddRemoveClientPurgeProcV2>(16)(proc, 1);
+}
+inline void RemoveClientPurge(MOXCacheClientPurgeProc proc) {
+  gMOXCacheTable.Slot<MOXCacheAddRemoveClientPurgeProcV2>(17)(proc, 1);
+}
+}  // namespace MOXCacheProcs
+
+// Owns one reference to a new identifier of the runtime's cache.
+class CMOXCacheID {
+ public:
+  // "Missing Interface" without the table; "couldn't create cacheID" when the
+  // runtime gives none.
+  CMOXCacheID();
+  CMOXCacheID(const CMOXCacheID& other);
+  CMOXCacheID& operator=(const CMOXCacheID&) = delete;
+  ~CMOXCacheID();
+
+  MOXCacheID fID;
+};
+
+// An identifier of the runtime's cache together with one word of client data.
+// It takes its own reference to the identifier; the pinned form also keeps the
+// entry marked no-purge while it lives. Without the table both do nothing to
+// the identifier.
+template <bool kPinned>
+class TMOXCacheEntry {
+ public:
+  TMOXCacheEntry(MOXCacheID id, uintptr_t data);
+  TMOXCacheEntry(const TMOXCacheEntry& other);
+  TMOXCacheEntry& operator=(const TMOXCacheEntry&) = delete;
+  // Unmarks (pinned form) and releases through the slots as last loaded.
+  ~TMOXCacheEntry();
+
+  MOXCacheID fID;
+  uintptr_t fData;
+
+ private:
+  void Retain();
+};
+using CMOXPinnedCacheEntry = TMOXCacheEntry<true>;
+using CMOXCacheEntry = TMOXCacheEntry<false>;
+extern template class TMOXCacheEntry<true>;
+extern template class TMOXCacheEntry<false>;
+
+// ---- Progress ----------------------------------------------------------------------
+
+// Owns one reference to a progress object of the runtime.
+class CMOXProgress {
+ public:
+  // Holds `progress`: takes over the caller's reference with `adopt`,
+  // otherwise takes one. "couldn't construct CMOXProgress" when the progress
+  // table can't be bound or `progress` is null.
+  CMOXProgress(MOXProgress progress, bool adopt);
+  CMOXProgress(const CMOXProgress& other);
+  CMOXProgress& operator=(const CMOXProgress&) = delete;
+  ~CMOXProgress();
+
+  // Reports `fraction` (0 to 1) done; false asks the caller to stop.
+  bool Update(double fraction) const;
+
+  MOXProgress fProgress;
+};
+
+namespace MOX_T_MT {
+
+// A progress sink implemented by the library, living in the runtime's memory.
+class MOXClientProgress : public CMOXVirtualClientBase {
+ public:
+  // Only the low eight bits of the result count: non-zero goes on, zero asks
+  // the caller to stop.
+  virtual uint32_t Update(double fraction) = 0;
+};
+
+}  // namespace MOX_T_MT
+
+// A progress object of the runtime that reports to `client`; the runtime
+// deletes `client` when the progress object dies. 0 when the progress table
+// can't be bound, and then `client` stays the caller's.
+MOXProgress MOXNewClientProgress(MOX_T_MT::MOXClientProgress* client);
+
+// ---- Filters -------------------------------------------------------------------------
+
+namespace MOX_T_MT {
+
+// A data sink or filter stage implemented by the library, living in the
+// runtime's memory. Write failures are thrown and reach the runtime as
+// errors; the other operations return plain values, and an exception from
+// them counts as 0.
+class MOXClientFilter : public CMOXVirtualClientBase {
+ public:
+  // Takes `size` bytes; a filter passes its output on to `target`.
+  virtual void Write(MOXFilter target, const void* data, uint64_t size) = 0;
+  virtual int32_t Close(MOXFilter /*target*/) { return 0; }
+  virtual uint32_t GetChainState() { return 0; }
+  virtual int32_t SetImageParameters(uint32_t /*width*/, int16_t /*components*/) { return 0; }
+  virtual int32_t SetCompressionParameters(int32_t /*quality*/) { return 0; }
+};
+
+}  // namespace MOX_T_MT
+
+// A data sink of the runtime that writes to `client`. Null when the filter
+// table can't be bound, and then `client` stays the caller's; otherwise the
+// runtime owns it, also when the factory returns an error, which is thrown.
+MOXFilter MOXNewClientDataSink(MOX_T_MT::MOXClientFilter* client);
+// A filter in front of `target` that runs through `client`. Null when the
+// filter table can't be bound, and then `client` is deleted here (also when
+// binding throws); otherwise as MOXNewClientDataSink.
+MOXFilter MOXNewClientFilter(MOXFilter target, MOX_T_MT::MOXClientFilter* client);
+// As MOXNewClientFilter, with the image and compression parameters passed on
+// to `client` as well.
+MOXFilter MOXNewFilterJPEG(MOXFilter target, MOX_T_MT::MOXClientFilter* client);
+
+// Owns one reference to a filter; releases it through the filter table's
+// Release slot, when that slot was ever loaded.
+class CMOXFilterRef {
+ public:
+  constexpr CMOXFilterRef() noexcept : fFilter(nullptr) {}
+  explicit constexpr CMOXFilterRef(MOXFilter adopted) noexcept : fFilter(adopted) {}
+  CMOXFilterRef(const CMOXFilterRef&) = delete;
+  CMOXFilterRef& operator=(const CMOXFilterRef&) = delete;
+  ~CMOXFilterRef() { Reset(); }
+
+  void Reset() noexcept;
+
+  MOXFilter fFilter;
+};
+
+// The two process-wide filter handles. Empty from static initialisation on;
+// their static destructors release what they hold.
+extern CMOXFilterRef gMOXProcessFilters[2];
+
+// ---- Counted release record -----------------------------------------------------------
+
+// Called once the last count of a record goes: (context, data).
+typedef void (*MOXCountedReleaseCallback)(void* context, void* data);
+// Raises (`retain` true) or lowers the count of `record`.
+typedef void (*MOXCountedReleaseCountProc)(void* record, bool retain);
+
+// What a sharer of the data receives: the record, its count procedure, the
+// data and one word passed through.
+struct MOXCountedReleaseDescriptor {
+  void* record;
+  MOXCountedReleaseCountProc count;
+  void* data;
+  uintptr_t word;
+};
+
+// Makes a record in the runtime's memory with a count of 1 and fills
+// `descriptor`. When the count falls to zero `release(context, data)` runs and
+// the record is freed. The count procedure is safe from any thread.
+// std::bad_alloc when the runtime has no memory.
+void MOXNewCountedRelease(MOXCountedReleaseDescriptor* descriptor, void* data, void* context,
+                          MOXCountedReleaseCallback release, uintptr_t word);
+
+// The count procedure of every record.
+void MOXCountedReleaseCount(void* record, bool retain);
+
 #endif  // MOXUTILS_BINDING_HOST_WRAPPERS_H_
