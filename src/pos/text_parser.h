@@ -24,4 +24,14 @@
 // reported through MOXReportError and gives null.
 MOXContainer POSObjectCreateFromText(const char* text, const char** position);
 
+namespace NPOSObjectImpl {
+
+// The same parse, also telling which syntax error stopped it: `message`
+// receives the error's text, or null when there was none. The entry drops the
+// text; this is for tests and diagnostics inside the library.
+MOXContainer CreateFromTextWithMessage(const char* text, const char** position,
+                                       const char** message);
+
+}  // namespace NPOSObjectImpl
+
 #endif  // MOXUTILS_POS_TEXT_PARSER_H_
