@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "MOXUtils.h"
+#include "binding/entry.h"
 #include "binding/errors.h"
 #include "binding/host_tables.h"
 #include "binding/host_wrappers.h"
@@ -13,13 +14,13 @@
 extern "C" int __cxa_atexit(void (*function)(void*), void* argument, void* dsoHandle);
 extern "C" void* __dso_handle;
 
+bool gInitialized = false;
+bool gAtExitRegistered = false;
+
 namespace {
 
 constexpr uint32_t kVersion = 65793;  // 0x10101
 constexpr uint32_t kStaticMarker = 13;
-
-bool gInitialized = false;
-bool gAtExitRegistered = false;
 
 // Procedures that stand in the release slots of the host tables before the
 // first binding and after process exit, so that a handle destroyed then makes

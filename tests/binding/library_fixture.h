@@ -1,0 +1,30 @@
+// A fixture that starts the library (linked from its internal archive) on the
+// reference runtime and checks that a scenario leaves no object behind.
+#ifndef MOXUTILS_TESTS_BINDING_LIBRARY_FIXTURE_H_
+#define MOXUTILS_TESTS_BINDING_LIBRARY_FIXTURE_H_
+
+#include <gtest/gtest.h>
+
+#include "MOXUtils.h"
+#include "moxhost/Runtime.h"
+
+class StartedLibrary : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    moxhost::Runtime::Get().ClearFaults();
+    moxhost::Runtime::Get().ClearReports();
+    before_ = moxhost::Runtime::Get().Counts();
+    ASSERT_EQ(MOXUtilsInitialize(moxhost::Runtime::LookupProc()), 1u);
+  }
+  void TearDown() override {
+    MOXUtilsTerminate();
+    moxhost::Runtime::Get().ClearFaults();
+    EXPECT_EQ(moxhost::Runtime::Get().Counts().ToString(), before_.ToString());
+  }
+
+  static std::vector<std::string> Reports() { return moxhost::Runtime::Get().Reports(); }
+
+  moxhost::LiveCounts before_;
+};
+
+#endif  // MOXUTILS_TESTS_BINDING_LIBRARY_FIXTURE_H_
