@@ -1,4 +1,6 @@
 // The termination list and its walks.
+#include <gtest/gtest.h>
+
 #include <stdexcept>
 #include <string>
 #include <vector>

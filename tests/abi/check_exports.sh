@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Proves that the shared library exports exactly MOXUtilsGetVersion,
+# MOXUtilsInitialize and MOXUtilsTerminate, each under the version VERSION,
+# and nothing else.
+set -euo pipefail
+lib="$1"
+# Defined symbols of the dynamic table: Ndx is not UND; the version node shows
+# as name@@VERSION (or as the bare node name for the version definition).
+defined=$(readelf --dyn-syms -W "$lib" | awk 'NR > 3 && $7 != "UND" && $8 != "" {print $8}' | sort)
+expected=$(printf '%s\n' MOXUtilsGetVersion@@VERSION MOXUtilsInitialize@@VERSION \
+  MOXUtilsTerminate@@VERSION VERSION | sort)
+if [ "$defined" != "$expected" ]; then
+  echo "unexpected exports of $lib:"
+  diff <(echo "$expected") <(echo "$defined") || true
+  exit 1
+fi
+for sym in MOXUtilsGetVersion MOXUtilsInitialize MOXUtilsTerminate; do
+  readelf --dyn-syms -W "$lib" | grep -q " FUNC .* GLOBAL .* ${sym}@@VERSION$" || {
+    echo "$sym is not a global function under VERSION"
+    exit 1
+  }
+done
+echo "exports of $lib: $(echo $defined)"
