@@ -1,0 +1,99 @@
+// The process-wide runtime: instrumentation and fault injection for tests.
+// The interfaces themselves live in their own files.
+#include "moxhost/Runtime.h"
+
+#include "Errors.h"
+#include "Faults.h"
+#include "Registry.h"
+#include "Reports.h"
+#include "Stats.h"
+
+namespace moxhost {
+
+Runtime& Runtime::Get() {
+  static Runtime* runtime = new Runtime;
+  return *runtime;
+}
+
+Runtime::Runtime() {
+  // Made now, so that the out-of-memory answer never needs memory.
+  CoreError(0);
+  Registry::Get();
+}
+
+Runtime::~Runtime() = default;
+
+std::vector<std::string> Runtime::Reports() const {
+  return CopyReports();
+}
+void Runtime::ClearReports() {
+  ClearAllReports();
+}
+void Runtime::EchoReportsTo(FILE* stream) {
+  SetReportEcho(stream);
+}
+
+LiveCounts Runtime::Counts() const {
+  LiveCounts counts;
+  counts.containers = gStats.containers.Sum();
+  counts.atoms = gStats.atoms.Sum();
+  counts.errors = gStats.errors.Sum();
+  counts.sharedBuffers = gStats.sharedBuffers.Sum();
+  counts.memoryBlocks = gStats.memoryBlocks.Sum();
+  counts.memoryBytes = gStats.memoryBytes.Sum();
+  counts.cacheIDs = gStats.cacheIDs.Sum();
+  counts.progress = gStats.progress.Sum();
+  counts.filters = gStats.filters.Sum();
+  return counts;
+}
+
+uint64_t Runtime::GetMethodCalls() const {
+  return static_cast<uint64_t>(gStats.getMethodCalls.Sum());
+}
+
+uint64_t Runtime::AllocationCalls() const {
+  return static_cast<uint64_t>(gStats.allocationCalls.Sum());
+}
+
+uint64_t Runtime::UnregisterCount() const {
+  return Registry::Get().Counter();
+}
+
+std::vector<std::string> Runtime::RegisteredInterfaces() const {
+  return Registry::Get().RegisteredNames();
+}
+
+void Runtime::FailNthAllocation(uint64_t n) {
+  ArmCountdown(Fault::kAllocation, n);
+}
+void Runtime::FailNthStringAtom(uint64_t n) {
+  ArmCountdown(Fault::kStringAtom, n);
+}
+
+void Runtime::FailNthStreamCall(StreamOp op, uint64_t n) {
+  static constexpr Fault kFaults[] = {Fault::kStreamRead, Fault::kStreamWrite, Fault::kStreamMark,
+                                      Fault::kStreamSeek};
+  ArmCountdown(kFaults[static_cast<int>(op)], n);
+}
+
+void Runtime::RefuseRegistration(const std::string& interfaceName, const std::string& methodName) {
+  AddRefusedRegistration(interfaceName, methodName);
+}
+
+void Runtime::HideInterface(const std::string& interfaceName) {
+  AddHiddenInterface(interfaceName);
+}
+
+void Runtime::HideMethod(const std::string& interfaceName, const std::string& methodName) {
+  AddHiddenMethod(interfaceName, methodName);
+}
+
+void Runtime::RaiseUnregisterCounter() {
+  Registry::Get().RaiseCounter();
+}
+
+void Runtime::ClearFaults() {
+  ClearAllFaults();
+}
+
+}  // namespace moxhost
