@@ -2,19 +2,37 @@
 // unregistration at stop. Each subsystem defines its own tables; this file
 // only puts them in order.
 #include "binding/server_tables.h"
+#include "pos/pos_interfaces.h"
 
 namespace {
 
 // Registered at start, in this order; the first refusal ends the start.
-const MOXServerInterface* const kRegisterOrder[] = {nullptr};
-constexpr size_t kRegisterCount = 0;
+const MOXServerInterface* const kRegisterOrder[] = {
+    // The POS object model, "POSObjectInterface" first.
+    &gPOSObjectServerInterface,        &gPOSObjectStaticsServerInterface,
+    &gPOSNumberServerInterface,        &gPOSStringServerInterface,
+    &gPOSUnicodeStringServerInterface, &gPOSBinDataServerInterface,
+    &gPOSRawPointerServerInterface,    &gPOSArrayServerInterface,
+    &gPOSDictServerInterface,          &gPOSDictIteratorServerInterface,
+};
+constexpr size_t kRegisterCount = sizeof(kRegisterOrder) / sizeof(kRegisterOrder[0]);
 
 // Unregistered at stop, in this order.
-const char* const kUnregisterOrder[] = {nullptr};
-constexpr size_t kUnregisterCount = 0;
+const char* const kUnregisterOrder[] = {
+    // The POS object model, in the order of its registration.
+    "POSObjectInterface",       "POSObjectStatics",          "POSNumberInterface",
+    "POSStringInterface",       "POSUnicodeStringInterface", "POSBinDataInterface",
+    "POSRawPointerInterface",   "POSArrayInterface",         "POSDictInterface",
+    "POSDictIteratorInterface",
+};
+constexpr size_t kUnregisterCount = sizeof(kUnregisterOrder) / sizeof(kUnregisterOrder[0]);
 
 }  // namespace
 
-MOXServerInterfaceList MOXInterfacesToRegister() { return {kRegisterOrder, kRegisterCount}; }
+MOXServerInterfaceList MOXInterfacesToRegister() {
+  return {kRegisterOrder, kRegisterCount};
+}
 
-MOXInterfaceNameList MOXInterfacesToUnregister() { return {kUnregisterOrder, kUnregisterCount}; }
+MOXInterfaceNameList MOXInterfacesToUnregister() {
+  return {kUnregisterOrder, kUnregisterCount};
+}

@@ -1,0 +1,130 @@
+// Clone and IsEqual of every class. A clone copies the structure (arrays and
+// dictionaries) and shares the leaves (the immutable values), so mutating a
+// container inside a clone never shows in the source. Equality has no
+// tolerance, and is looser than its name in two places on purpose: any two
+// raw pointers are equal, and a Dict only asks whether its own keys are in
+// the other.
+#include <cstring>
+#include <memory>
+
+#include "pos/array.h"
+#include "pos/dict.h"
+#include "pos/dict_iterator.h"
+#include "pos/number_string.h"
+#include "pos/unicode_bindata_rawpointer.h"
+
+namespace NPOSObjectImpl {
+
+namespace {
+
+// Deletes a clone that was abandoned half way: it has no container yet, so
+// nothing else would ever release the members it already holds.
+struct DeleteBaseObject {
+  void operator()(BaseObject* object) const { delete object; }
+};
+template <class T>
+using PendingClone = std::unique_ptr<T, DeleteBaseObject>;
+
+}  // namespace
+
+// ---- Immutable values: the clone is the object itself ----------------------------
+
+BaseObject* Number::Clone() {
+  return this;
+}
+BaseObject* String::Clone() {
+  return this;
+}
+BaseObject* UnicodeString::Clone() {
+  return this;
+}
+BaseObject* BinData::Clone() {
+  return this;
+}
+BaseObject* RawPointer::Clone() {
+  return this;
+}
+
+bool Number::IsEqual(const CPOSObject& other) {
+  const Number* number = TryFromContainer<Number>(other.fContainer);
+  return number != nullptr && fValue == number->fValue;
+}
+
+bool String::IsEqual(const CPOSObject& other) {
+  // Atoms are interned: equal texts have the same C string.
+  const String* string = TryFromContainer<String>(other.fContainer);
+  return string != nullptr && Text() == string->Text();
+}
+
+bool UnicodeString::IsEqual(const CPOSObject& other) {
+  const UnicodeString* string = TryFromContainer<UnicodeString>(other.fContainer);
+  if (string == nullptr || fLength != string->fLength) return false;
+  return std::memcmp(fUnits, string->fUnits, fLength * sizeof(uint16_t)) == 0;
+}
+
+bool BinData::IsEqual(const CPOSObject& other) {
+  const BinData* data = TryFromContainer<BinData>(other.fContainer);
+  if (data == nullptr || TypeName() != data->TypeName() || fSize != data->fSize) return false;
+  return fSize == 0 || std::memcmp(fData, data->fData, fSize) == 0;
+}
+
+bool RawPointer::IsEqual(const CPOSObject& other) {
+  return TryFromContainer<RawPointer>(other.fContainer) != nullptr;
+}
+
+// ---- Arrays ------------------------------------------------------------------------
+
+BaseObject* Array::Clone() {
+  PendingClone<Array> copy(new Array());
+  copy->EnsureCapacity(fCount);
+  for (uint32_t i = 0; i < fCount; ++i) {
+    // A hole stays a hole at the same index.
+    if (fData[i].IsEmpty()) {
+      ++copy->fCount;
+      continue;
+    }
+    copy->Append(fData[i].Clone());
+  }
+  return copy.release();
+}
+
+bool Array::IsEqual(const CPOSObject& other) {
+  const Array* array = TryFromContainer<Array>(other.fContainer);
+  if (array == nullptr || fCount != array->fCount) return false;
+  for (uint32_t i = 0; i < fCount; ++i) {
+    const CPOSObject& mine = fData[i];
+    const CPOSObject& theirs = array->fData[i];
+    // Holes match holes only; a member is never asked about a hole.
+    if (mine.IsEmpty() || theirs.IsEmpty()) {
+      if (mine.IsEmpty() != theirs.IsEmpty()) return false;
+      continue;
+    }
+    if (!mine.IsEqual(theirs)) return false;
+  }
+  return true;
+}
+
+// ---- Dictionaries ------------------------------------------------------------------
+
+BaseObject* Dict::Clone() {
+  PendingClone<Dict> copy(new Dict());
+  for (ConstDictIterator it(fTree); !it.IsDone(); it.Next()) {
+    DictNode* node = it.Current();
+    copy->InsertValue(node->fKey, node->fValue.Clone());
+  }
+  return copy.release();
+}
+
+bool Dict::IsEqual(const CPOSObject& other) {
+  const Dict* dict = TryFromContainer<Dict>(other.fContainer);
+  if (dict == nullptr) return false;
+  for (ConstDictIterator it(fTree); !it.IsDone(); it.Next()) {
+    DictNode* node = it.Current();
+    DictNode* match = dict->fTree->Find(node->Key());
+    if (match == nullptr) return false;
+    if (!node->fValue.IsEqual(match->fValue)) return false;
+  }
+  return true;
+}
+
+}  // namespace NPOSObjectImpl

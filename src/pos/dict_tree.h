@@ -1,0 +1,80 @@
+// DictTree: the search tree of a dictionary, a red-black tree written
+// top-down. Keys order by strcmp, that is by unsigned bytes, with no locale.
+//
+// Insertion splits every node with two red children on its way down and
+// rotates where that makes two reds meet, so no walk back up is needed.
+// Removal walks down the same way, splitting as it goes (even when the key
+// turns out to be absent), and then unlinks the node; the node that takes its
+// place inherits its colour and nothing else is rebalanced. Balance after
+// removals is therefore only as good as later walks make it, while the order
+// of the keys is always exact.
+#ifndef MOXUTILS_POS_DICT_TREE_H_
+#define MOXUTILS_POS_DICT_TREE_H_
+
+#include <cstdint>
+
+#include "binding/string_holder.h"
+#include "pos/pos_object.h"
+
+namespace NPOSObjectImpl {
+
+enum DictColour : uint32_t { kRed = 0, kBlack = 1 };
+
+// A node lives in the runtime's memory and owns one reference to its key
+// atom and one to its value.
+struct DictNode {
+  DictNode* fLeft;
+  DictNode* fRight;
+  DictNode* fParent;
+  uint32_t fColour;
+  CMOXStringHolder fKey;
+  MOX_T_MT::CPOSObject fValue;
+
+  const char* Key() const { return fKey.fCString; }
+
+  // A red node with no links, holding references of its own to `key` and
+  // `value`. std::bad_alloc leaves nothing behind.
+  static DictNode* New(const CMOXStringHolder& key, const MOX_T_MT::CPOSObject& value);
+  // Releases the value, then the key, and frees the node.
+  static void Delete(DictNode* node) noexcept;
+};
+
+// The tree itself comes from the process allocator; its nodes from the
+// runtime's memory.
+class DictTree {
+ public:
+  DictTree() : fRoot(nullptr), fEnd(nullptr) {}
+  ~DictTree();  // deletes every node
+  DictTree(const DictTree&) = delete;
+  DictTree& operator=(const DictTree&) = delete;
+
+  // The node of `key`, or null.
+  DictNode* Find(const char* key) const;
+  // Links `node`, whose key must not be in the tree yet.
+  void Insert(DictNode* node);
+  // Unlinks the node of `key` and returns it, or null when the key is absent.
+  // The walk restructures the tree either way.
+  DictNode* Unlink(const char* key);
+
+  // In-order walk: the first node, and the node after `node` (null past the
+  // end). Next climbs by comparing keys, not by child links.
+  DictNode* First() const;
+  static DictNode* Next(DictNode* node);
+
+  DictNode* Root() const { return fRoot; }
+  // The position past the last key: always null.
+  DictNode* End() const { return fEnd; }
+
+ private:
+  void SplitOnTheWay(DictNode*& node);
+  DictNode* Rebalance(DictNode* node);
+  void RotateUp(DictNode* node);
+  void Replace(DictNode* node, DictNode* replacement);
+
+  DictNode* fRoot;
+  DictNode* const fEnd;
+};
+
+}  // namespace NPOSObjectImpl
+
+#endif  // MOXUTILS_POS_DICT_TREE_H_

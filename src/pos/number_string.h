@@ -1,0 +1,50 @@
+// Number and String: the two simplest value classes, immutable from
+// construction on, so any thread may read them and a clone is the object
+// itself.
+#ifndef MOXUTILS_POS_NUMBER_STRING_H_
+#define MOXUTILS_POS_NUMBER_STRING_H_
+
+#include "binding/string_holder.h"
+#include "pos/base_object.h"
+
+namespace NPOSObjectImpl {
+
+// A 64-bit IEEE double. There is no integer type: an integer is a double
+// with no fraction.
+class Number final : public BaseObject {
+ public:
+  static constexpr const char* kNotThisClass = "instance was not an POSNumber";
+
+  explicit Number(double value) : fValue(value) {}
+
+  BaseObject* Clone() override;
+  // IEEE equality: NaN equals nothing, itself included; 0.0 equals -0.0.
+  bool IsEqual(const CPOSObject& other) override;
+
+  double Value() const { return fValue; }
+
+ private:
+  const double fValue;
+};
+
+// An interned 8-bit text. Equal texts share one atom, so equality is a
+// pointer comparison.
+class String final : public BaseObject {
+ public:
+  static constexpr const char* kNotThisClass = "instance was not an POSString";
+
+  // std::bad_alloc when the runtime can't make the atom.
+  explicit String(const char* text);
+
+  BaseObject* Clone() override;
+  bool IsEqual(const CPOSObject& other) override;
+
+  const char* Text() const { return fText.fCString; }
+
+ private:
+  const CMOXStringHolder fText;
+};
+
+}  // namespace NPOSObjectImpl
+
+#endif  // MOXUTILS_POS_NUMBER_STRING_H_

@@ -1,0 +1,27 @@
+// The ten interfaces of the POS object model as the library registers them,
+// in the order of registration: POSObjectInterface, POSObjectStatics,
+// POSNumberInterface, POSStringInterface, POSUnicodeStringInterface,
+// POSBinDataInterface, POSRawPointerInterface, POSArrayInterface,
+// POSDictInterface, POSDictIteratorInterface.
+//
+// Every entry runs inside EntryGuard: an exception is reported to the
+// runtime and the entry returns null, 0, 0.0 or false. Every handle an entry
+// returns is unowned; entries that hand out a member (GetAt, Get, DeepGet)
+// leave its count as it was.
+#ifndef MOXUTILS_POS_POS_INTERFACES_H_
+#define MOXUTILS_POS_POS_INTERFACES_H_
+
+#include "binding/server_tables.h"
+
+extern const MOXServerInterface gPOSObjectServerInterface;
+extern const MOXServerInterface gPOSObjectStaticsServerInterface;
+extern const MOXServerInterface gPOSNumberServerInterface;
+extern const MOXServerInterface gPOSStringServerInterface;
+extern const MOXServerInterface gPOSUnicodeStringServerInterface;
+extern const MOXServerInterface gPOSBinDataServerInterface;
+extern const MOXServerInterface gPOSRawPointerServerInterface;
+extern const MOXServerInterface gPOSArrayServerInterface;
+extern const MOXServerInterface gPOSDictServerInterface;
+extern const MOXServerInterface gPOSDictIteratorServerInterface;
+
+#endif  // MOXUTILS_POS_POS_INTERFACES_H_

@@ -1,0 +1,93 @@
+#include "pos/pos_object.h"
+
+#include "binding/errors.h"
+
+namespace MOX_T_MT {
+
+namespace {
+
+constexpr MOXMethodRow kPOSObjectRows[] = {
+    {"Clone", "POSObjectCloneProc"},
+    {"IsEqual", "POSObjectIsEqualProc"},
+    {"", ""},
+};
+static_assert(sizeof(kPOSObjectRows) / sizeof(kPOSObjectRows[0]) == kPOSObjectMethodCount + 1,
+              "one row for each slot, and the closing row");
+
+// Constant-initialised, so that its owner can link itself whatever the order
+// of static construction.
+MOXVTabListGeneric gPOSObjectList = {{nullptr, 0}, 0, kPOSObjectMethodCount};
+
+// Owns the list in the termination family. The stop deletes the entries; at
+// process exit the entries stay where they are (the default Abandon).
+class CPOSObjectTerminate : public MOXVTabListOwner {
+ public:
+  CPOSObjectTerminate() : MOXVTabListOwner(&gPOSObjectList, /*abandonClears=*/false) {}
+};
+
+CPOSObjectTerminate gPOSObjectTerminate;
+
+}  // namespace
+
+MOXVTabListGeneric* POSObjectVTabList() {
+  return &gPOSObjectList;
+}
+
+bool POSObjectFetchMethods(MOXContainer container, bool quiet, void** procs) {
+  return MOXFetchMethods(kPOSObjectRows, kPOSObjectMethodCount, container, quiet, procs);
+}
+
+CPOSObject::CPOSObject(MOXContainer container) : CMOXContainerRef(container), fProcs(nullptr) {
+  // A throw here releases the reference through the base's destructor.
+  fProcs = MOXLookupProcTable(&gPOSObjectList, &POSObjectFetchMethods, container);
+}
+
+CPOSObject& CPOSObject::operator=(const CPOSObject& other) {
+  CPOSObject copy(other);
+  *this = static_cast<CPOSObject&&>(copy);
+  return *this;
+}
+
+CPOSObject& CPOSObject::operator=(CPOSObject&& other) noexcept {
+  if (this != &other) {
+    MOXContainer old = fContainer;
+    fContainer = other.fContainer;
+    fProcs = other.fProcs;
+    other.fContainer = nullptr;
+    other.fProcs = nullptr;
+    MOXContainerProcs::Release(old);
+  }
+  return *this;
+}
+
+void CPOSObject::Reset() noexcept {
+  MOXContainer old = fContainer;
+  fContainer = nullptr;
+  fProcs = nullptr;
+  MOXContainerProcs::Release(old);
+}
+
+CPOSObject CPOSObject::Clone() const {
+  MOXContainer copy = fProcs == nullptr
+                          ? nullptr
+                          : MOXProcAt<POSObjectCloneProc>(fProcs, kPOSObjectCloneSlot)(fContainer);
+  if (copy == nullptr) throw POSException("CPOSObject::Clone failed");
+  return CPOSObject(copy);
+}
+
+bool CPOSObject::IsEqual(const CPOSObject& other) const {
+  // An empty object has no table to ask; it equals only another empty one.
+  if (fProcs == nullptr) return other.fContainer == nullptr;
+  return MOXProcAt<POSObjectIsEqualProc>(fProcs, kPOSObjectIsEqualSlot)(fContainer,
+                                                                        other.fContainer);
+}
+
+MOXContainer CPOSObject::GiveAway() noexcept {
+  MOXContainer container = fContainer;
+  fContainer = nullptr;
+  fProcs = nullptr;
+  if (container != nullptr) MOXContainerProcs::DecrementWithoutDelete(container);
+  return container;
+}
+
+}  // namespace MOX_T_MT
