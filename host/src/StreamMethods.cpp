@@ -156,6 +156,7 @@ MOXErrorRef WrapStream(MOXContainer* out, HostStream* stream, StreamLevel level)
 }
 
 std::vector<InterfaceRows> StreamMethodInterfaces() {
+  StreamInstanceName();  // made at start, with the runtime's other permanent names
   // Rows are in slot order, so each level's methods are a prefix of the table.
   return {{kLevelInterfaceNames[0], StreamRows(), 2},
           {kLevelInterfaceNames[1], StreamRows(), 4},
