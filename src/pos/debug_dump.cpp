@@ -4,6 +4,7 @@
 
 namespace NPOSObjectImpl {
 
+using MOX_T_MT::CPOSBorrowedObject;
 using MOX_T_MT::CPOSObject;
 
 void DebugDumpObject(const CPOSObject&, uintptr_t) {}
@@ -11,15 +12,15 @@ void DebugDumpObject(const CPOSObject&, uintptr_t) {}
 void DebugDumpRewindObject(const CPOSObject&, uintptr_t) {}
 
 void POSObjectDebugDump(MOXContainer object) {
-  EntryGuardVoid([&] { DebugDumpObject(CPOSObject(object), 0); });
+  EntryGuardVoid([&] { DebugDumpObject(CPOSBorrowedObject(object), 0); });
 }
 
 void POSObjectDebugDumpWithHeader(MOXContainer object, uintptr_t header) {
-  EntryGuardVoid([&] { DebugDumpObject(CPOSObject(object), header); });
+  EntryGuardVoid([&] { DebugDumpObject(CPOSBorrowedObject(object), header); });
 }
 
 void POSObjectDebugDumpRewind(MOXContainer object, uintptr_t word) {
-  EntryGuardVoid([&] { DebugDumpRewindObject(CPOSObject(object), word); });
+  EntryGuardVoid([&] { DebugDumpRewindObject(CPOSBorrowedObject(object), word); });
 }
 
 }  // namespace NPOSObjectImpl

@@ -52,7 +52,8 @@ bool IsEqual(MOXContainer object, MOXContainer other) {
   return EntryGuard<bool>([&] {
     BaseObject* self = ResolveBaseObject(object);
     if (self == nullptr) MOXThrowInvalidContainer();
-    return self->IsEqual(CPOSObject(other));
+    // Borrowed: comparing must not change, or end, the other object's life.
+    return self->IsEqual(MOX_T_MT::CPOSBorrowedObject(other));
   });
 }
 

@@ -42,6 +42,12 @@ CPOSObject::CPOSObject(MOXContainer container) : CMOXContainerRef(container), fP
   fProcs = MOXLookupProcTable(&gPOSObjectList, &POSObjectFetchMethods, container);
 }
 
+CPOSBorrowedObject::CPOSBorrowedObject(MOXContainer container) {
+  if (container == nullptr) MOXThrowInvalidContainer();
+  fProcs = MOXLookupProcTable(&gPOSObjectList, &POSObjectFetchMethods, container);
+  fContainer = container;
+}
+
 CPOSObject& CPOSObject::operator=(const CPOSObject& other) {
   CPOSObject copy(other);
   *this = static_cast<CPOSObject&&>(copy);

@@ -77,6 +77,21 @@ class CPOSObject : public CMOXContainerRef {
   void** fProcs;
 };
 
+// A CPOSObject that borrows the caller's reference for the span of one call
+// instead of taking its own, so that the caller's count stays as it was, even
+// at zero. A null container raises "invalid container"; the method table is
+// looked up as for a CPOSObject.
+class CPOSBorrowedObject : public CPOSObject {
+ public:
+  explicit CPOSBorrowedObject(MOXContainer container);
+  ~CPOSBorrowedObject() {
+    fContainer = nullptr;
+    fProcs = nullptr;
+  }
+  CPOSBorrowedObject(const CPOSBorrowedObject&) = delete;
+  CPOSBorrowedObject& operator=(const CPOSBorrowedObject&) = delete;
+};
+
 static_assert(sizeof(CPOSObject) == 2 * sizeof(void*),
               "a member slot of an Array or Dict is exactly a CPOSObject");
 
