@@ -3,6 +3,7 @@
 // only puts them in order.
 #include "binding/server_tables.h"
 #include "pos/pos_interfaces.h"
+#include "streamer/streamer_interface.h"
 
 namespace {
 
@@ -14,11 +15,15 @@ const MOXServerInterface* const kRegisterOrder[] = {
     &gPOSUnicodeStringServerInterface, &gPOSBinDataServerInterface,
     &gPOSRawPointerServerInterface,    &gPOSArrayServerInterface,
     &gPOSDictServerInterface,          &gPOSDictIteratorServerInterface,
+    // The streamer, a client of the object model.
+    &NPOSStreamerImpl::kPOSStreamerServerInterface,
 };
 constexpr size_t kRegisterCount = sizeof(kRegisterOrder) / sizeof(kRegisterOrder[0]);
 
 // Unregistered at stop, in this order.
 const char* const kUnregisterOrder[] = {
+    // The streamer, before the object model it uses.
+    "POSStreamerInterface",
     // The POS object model, in the order of its registration.
     "POSObjectInterface",       "POSObjectStatics",          "POSNumberInterface",
     "POSStringInterface",       "POSUnicodeStringInterface", "POSBinDataInterface",

@@ -1,0 +1,50 @@
+// The reading side of the character streams, and the byte readers that work
+// on the client stream directly.
+#ifndef MOXUTILS_STREAMER_ICHAR_STREAM_H_
+#define MOXUTILS_STREAMER_ICHAR_STREAM_H_
+
+#include <cstdint>
+
+#include "streamer/char_stream.h"
+
+namespace NPOSStreamerImpl {
+namespace NTypeAImpl {
+
+class ICharStream : public CharStream {
+ public:
+  explicit ICharStream(const CMOXPositionableStreamRef& source);
+  // Seeks the client stream back over the bytes read ahead and not consumed,
+  // so that it stands just behind the last byte that GetChar took. Raises the
+  // stream's error (unless unwinding).
+  ~ICharStream() noexcept(false) override;
+
+  // Stores the next byte, escapes undone, and returns false when it is the
+  // closing byte of the current form. A byte that came from an escape never
+  // closes the form and is never normalised. Raises "unexpected EOF" at the
+  // end of the stream and "Unexpected escape sequence" for a backslash and a
+  // letter that the current form does not know.
+  virtual bool GetChar(char* out);
+
+ private:
+  unsigned char NextRawByte();
+  void Refill();
+  void GiveBackReadAhead();
+};
+
+// Fills `dest` with up to `wanted` bytes from `in`, stopping after the
+// closing byte of the form, which is consumed and not counted. With
+// `skipSpace`, space, TAB, LF and CR are dropped. With `mustFill`, fewer than
+// `wanted` bytes raise "GetChars ran out of input". Adds no terminator.
+uint64_t GetChars(ICharStream& in, char* dest, uint64_t wanted, bool mustFill, bool skipSpace);
+
+// One byte straight from the client stream, without a block; used for the
+// version name, before the format is known. "getNextChar unexpected EOF" at
+// the end of the stream.
+int getNextChar(const CMOXPositionableStreamRef& stream);
+// The first byte that is not 0x20. TAB, LF and CR are not skipped here.
+int getNextNonSpaceChar(const CMOXPositionableStreamRef& stream);
+
+}  // namespace NTypeAImpl
+}  // namespace NPOSStreamerImpl
+
+#endif  // MOXUTILS_STREAMER_ICHAR_STREAM_H_

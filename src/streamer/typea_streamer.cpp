@@ -1,0 +1,60 @@
+#include "streamer/typea_streamer.h"
+
+#include "binding/errors.h"
+
+namespace NPOSStreamerImpl {
+namespace NTypeAImpl {
+
+using MOX_T_MT::CPOSObject;
+using MOX_T_MT::POSException;
+
+void TypeAStreamer::WriteStream(const CMOXPositionableStreamRef& stream, const CPOSObject& object) {
+  OCharStream out(stream);
+  WriteObject(out, object);
+  // The destructor writes the last block.
+}
+
+CPOSObject TypeAStreamer::ReadStream(const CMOXPositionableStreamRef& stream) {
+  // Declared outside the character stream's scope: when the seek back fails,
+  // the object read is released on the way out.
+  CPOSObject result;
+  {
+    ICharStream in(stream);
+    result = ReadObject(in);
+  }
+  return result;
+}
+
+void TypeAStreamer::WriteObject(OCharStream& out, const CPOSObject& object) {
+  WriteRoutine routine = nullptr;
+  const StreamingParams* form = LookupWriteParams(object, &routine);
+  if (form == nullptr || routine == nullptr) throw POSException("Cannot determine writing params");
+  out.PutChar(form->openChar);
+  ScopedParams scope(out, *form);
+  routine(*this, out, object);
+  out.Store(form->closeChar);
+}
+
+CPOSObject TypeAStreamer::ReadObject(ICharStream& in) {
+  char openChar;
+  do {
+    if (!in.GetChar(&openChar)) return CPOSObject();
+  } while (openChar == ' ');
+  ReadRoutine routine = nullptr;
+  const StreamingParams* form = LookupReadParams(openChar, &routine);
+  if (form == nullptr || routine == nullptr) {
+    throw POSException("Cannot determine streaming params");
+  }
+  ScopedParams scope(in, *form);
+  CPOSObject result;
+  routine(&result, *this, in);
+  return result;
+}
+
+void TypeAStreamer::PutLineBreak(OCharStream& out) const {
+  out.PutChar('\n');
+  for (int32_t level = 0; level < indentDepth; ++level) out.PutChar('\t');
+}
+
+}  // namespace NTypeAImpl
+}  // namespace NPOSStreamerImpl

@@ -1,0 +1,121 @@
+// The write routines of Version10.
+#include <cstdio>
+#include <cstring>
+
+#include "pos/pos_client.h"
+#include "streamer/version10.h"
+#include "streamer/version10_routines.h"
+
+namespace NPOSStreamerImpl {
+namespace NTypeAImpl {
+
+using namespace MOX_T_MT;
+
+namespace {
+
+// Bytes of binary data per line: 80 hexadecimal digits.
+constexpr unsigned kBinDataBytesPerLine = 40;
+
+void PutText(OCharStream& out, const char* text) {
+  for (; *text != 0; ++text) out.PutChar(*text);
+}
+
+}  // namespace
+
+size_t TrimNumberText(char* text) {
+  size_t length = std::strlen(text);
+  if (std::strspn(text, "+-0123456789.,") != length) return length;
+  if (std::strpbrk(text, ".,") == nullptr) return length;
+  while (length > 1 && text[length - 1] == '0') --length;
+  if (length > 1 && (text[length - 1] == '.' || text[length - 1] == ',')) --length;
+  text[length] = 0;
+  return length;
+}
+
+void WriteNumber(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
+  CPOSNumber number(object);
+  // 32 significant digits are more than a double needs, so every finite
+  // value reads back exactly. The separator is the locale's.
+  char text[64];
+  std::snprintf(text, sizeof text, "%.32g", number.Get());
+  TrimNumberText(text);
+  PutText(out, text);
+}
+
+void WriteString(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
+  CPOSString string(object);
+  PutText(out, string.Get());
+}
+
+void WriteUnicodeString(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
+  CPOSUnicodeString string(object);
+  for (const uint16_t* unit = string.Get(); *unit != 0; ++unit) {
+    // High byte in capitals, low byte in lower case: "00e9", "ABcd". Readers
+    // have always relied on this look, so it stays.
+    char group[5];
+    std::snprintf(group, sizeof group, "%02X%02x", *unit >> 8, *unit & 0xFF);
+    PutText(out, group);
+  }
+}
+
+void WriteBinData(TypeAStreamer& streamer, OCharStream& out, const CPOSObject& object) {
+  CPOSBinData data(object);
+  const char* typeName = data.GetTypeName();
+  streamer.WriteObject(out, CPOSString::New(typeName != nullptr ? typeName : ""));
+  out.PutChar(' ');
+  const uint64_t size = data.GetSize();
+  // Sizes travel as numbers, so above 2^53 they lose their low bits.
+  streamer.WriteObject(out, CPOSNumber::New(static_cast<double>(size)));
+  out.PutChar(' ');
+  ++streamer.indentDepth;
+  static const char kDigits[] = "0123456789ABCDEF";
+  const unsigned char* bytes = static_cast<const unsigned char*>(data.GetBinData());
+  unsigned column = 0;
+  for (uint64_t index = 0; index < size; ++index) {
+    if (column == 0) streamer.PutLineBreak(out);
+    out.PutChar(kDigits[bytes[index] >> 4]);
+    out.PutChar(kDigits[bytes[index] & 0xF]);
+    if (++column == kBinDataBytesPerLine) column = 0;
+  }
+  --streamer.indentDepth;
+  streamer.PutLineBreak(out);
+}
+
+void WriteRawPointer(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
+  CPOSRawPointer pointer(object);
+  // For debugging only: no reader takes it back.
+  char text[64];
+  std::snprintf(text, sizeof text, "%p", pointer.GetRawPointer());
+  PutText(out, text);
+}
+
+void WriteArray(TypeAStreamer& streamer, OCharStream& out, const CPOSObject& object) {
+  CPOSArray array(object);
+  ++streamer.indentDepth;
+  // Count is asked before each member, so the loop follows the array as it is.
+  for (uint32_t index = 0; index < array.Count(); ++index) {
+    streamer.PutLineBreak(out);
+    streamer.WriteObject(out, array.GetAt(index));
+  }
+  --streamer.indentDepth;
+  streamer.PutLineBreak(out);
+}
+
+void WriteDict(TypeAStreamer& streamer, OCharStream& out, const CPOSObject& object) {
+  CPOSDict dict(object);
+  ++streamer.indentDepth;
+  // The iterator's order, ascending by key; nothing is sorted here.
+  CPOSDictIterator iterator(dict);
+  for (iterator.Begin(); !iterator.IsDone(); iterator.Next()) {
+    const char* key = iterator.CurKey();
+    streamer.PutLineBreak(out);
+    streamer.WriteObject(out, CPOSString::New(key));
+    out.PutChar(' ');
+    streamer.WriteObject(out, dict.Get(key));
+  }
+  --streamer.indentDepth;
+  streamer.PutLineBreak(out);
+}
+
+}  // namespace NTypeAImpl
+}  // namespace NPOSStreamerImpl
