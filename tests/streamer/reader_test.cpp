@@ -1,5 +1,8 @@
 // Reading: what each input gives, or the words of its refusal, and where the
 // stream stands afterwards.
+#include <algorithm>
+
+#include "binding/server_tables.h"
 #include "streamer_fixture.h"
 
 namespace moxtest {
@@ -134,6 +137,14 @@ TEST_F(StreamerTest, SerializeNamesItsVersion) {
   EXPECT_EQ(Contents(stream), kHeader + "#1 ");
   EXPECT_FALSE(Serialize(stream, CPOSObject(), nullptr));
   EXPECT_EQ(Reports(), "invalid container");
+}
+
+TEST(StreamerInterface, IsUnregisteredBeforeTheObjectModel) {
+  const MOXInterfaceNameList list = MOXInterfacesToUnregister();
+  const std::vector<std::string> names(list.names, list.names + list.count);
+  auto at = [&](const char* name) { return std::find(names.begin(), names.end(), name); };
+  EXPECT_NE(at("POSStreamerInterface"), names.end());
+  EXPECT_LT(at("POSStreamerInterface"), at("POSObjectInterface"));
 }
 
 }  // namespace
