@@ -1,0 +1,109 @@
+#include "diagnostics.h"
+
+#include <cstdio>
+#include <fstream>
+
+namespace posctl {
+namespace {
+
+bool IsContinuationByte(unsigned char byte) {
+  return (byte & 0xC0) == 0x80;
+}
+
+size_t CountCharacters(std::string_view bytes) {
+  size_t count = 0;
+  for (unsigned char byte : bytes) {
+    if (!IsContinuationByte(byte)) ++count;
+  }
+  return count;
+}
+
+// Minified inputs can hold megabytes on one line: show a window around the
+// position rather than the whole line.
+constexpr size_t kContextBytes = 60;
+
+}  // namespace
+
+void FailInput(const std::string& text) {
+  throw ToolError(kExitBadInput, text);
+}
+
+SourceExcerpt ExcerptFromText(std::string_view text, size_t offset) {
+  if (offset > text.size()) offset = text.size();
+  if (offset == text.size() && offset > 0 && text[offset - 1] == '\n') --offset;
+  SourceExcerpt excerpt;
+  size_t lineStart = 0;
+  for (size_t i = 0; i < offset; ++i) {
+    if (text[i] == '\n') {
+      ++excerpt.line;
+      lineStart = i + 1;
+    }
+  }
+  size_t lineEnd = text.find('\n', offset);
+  if (lineEnd == std::string_view::npos) lineEnd = text.size();
+  excerpt.lineText = std::string(text.substr(lineStart, lineEnd - lineStart));
+  if (!excerpt.lineText.empty() && excerpt.lineText.back() == '\r') excerpt.lineText.pop_back();
+  excerpt.byteInLine = offset - lineStart;
+  excerpt.column = CountCharacters(text.substr(lineStart, offset - lineStart)) + 1;
+  return excerpt;
+}
+
+SourceExcerpt ExcerptFromFile(const std::string& path, size_t offset) {
+  std::ifstream in(path, std::ios::binary);
+  std::string text;
+  char buffer[1 << 16];
+  // Read up to the end of the line that holds the offset, and no further.
+  while (in) {
+    in.read(buffer, sizeof buffer);
+    text.append(buffer, static_cast<size_t>(in.gcount()));
+    if (text.size() > offset && text.find('\n', offset) != std::string::npos) break;
+  }
+  return ExcerptFromText(text, offset);
+}
+
+std::string FormatCaretDiagnostic(const std::string& name, const SourceExcerpt& excerpt,
+                                  const std::string& message) {
+  std::string out = name + ":" + std::to_string(excerpt.line) + ":" +
+                    std::to_string(excerpt.column) + ": error: " + message + "\n";
+  std::string_view line = excerpt.lineText;
+  size_t at = excerpt.byteInLine > line.size() ? line.size() : excerpt.byteInLine;
+  std::string prefix;
+  if (at > kContextBytes) {
+    size_t start = at - kContextBytes;
+    while (start < at && IsContinuationByte(static_cast<unsigned char>(line[start]))) ++start;
+    line.remove_prefix(start);
+    at -= start;
+    prefix = "...";
+  }
+  std::string suffix;
+  if (line.size() > at + kContextBytes) {
+    size_t end = at + kContextBytes;
+    while (end > at && IsContinuationByte(static_cast<unsigned char>(line[end]))) --end;
+    line = line.substr(0, end);
+    suffix = "...";
+  }
+  out += "    " + prefix + std::string(line) + suffix + "\n";
+  std::string caret = "    " + std::string(prefix.size(), ' ');
+  for (size_t i = 0; i < at; ++i) {
+    unsigned char byte = static_cast<unsigned char>(line[i]);
+    if (byte == '\t') {
+      caret += '\t';
+    } else if (!IsContinuationByte(byte)) {
+      caret += ' ';
+    }
+  }
+  out += caret + "^\n";
+  return out;
+}
+
+std::string DescribeByte(unsigned char byte) {
+  char text[16];
+  if (byte >= 0x21 && byte < 0x7F) {
+    std::snprintf(text, sizeof text, "'%c'", byte);
+  } else {
+    std::snprintf(text, sizeof text, "byte 0x%02X", byte);
+  }
+  return text;
+}
+
+}  // namespace posctl

@@ -1,0 +1,149 @@
+// posctl's session with libMOXUtils: starts the reference runtime, loads the
+// library through it as any host does, and fetches every procedure it calls
+// with the runtime's lookup procedure. Nothing of the library is linked.
+#ifndef POSCTL_LIBRARY_SESSION_H_
+#define POSCTL_LIBRARY_SESSION_H_
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "MOXRuntimeProcs.h"
+#include "POSProcs.h"
+#include "POSStreamerProcs.h"
+
+namespace moxhost {
+class LoadedLibrary;
+}
+
+namespace posctl {
+
+// The procedures posctl calls, by interface.
+struct Procs {
+  // "MOXContainerInterface"
+  MOXAddRefContainerV2Proc containerAddRef = nullptr;
+  MOXReleaseContainerProc containerRelease = nullptr;
+  MOXGetMethodV3Proc getMethod = nullptr;
+  // "MOXStringInterface"
+  MOXNewStringAtomProc newAtom = nullptr;
+  MOXDeleteStringAtomProc deleteAtom = nullptr;
+  MOXGetCStringProc atomText = nullptr;
+  // "MOXErrorInterface"
+  MOXNewErrorProc newError = nullptr;
+  MOXErrorReleaseProc errorRelease = nullptr;
+  MOXErrorGetMessageProc errorMessage = nullptr;
+  // "MOXStreamFactoryInterface"
+  MOXNewPositionableFileStreamProc newFileStream = nullptr;
+  MOXNewClientPositionableStreamProc newClientStream = nullptr;
+
+  // The object model.
+  POSObjectCreateFromTextProc createFromText = nullptr;
+  POSNumberNewPOSNumberProc newNumber = nullptr;
+  POSNumberIsPOSNumberProc isNumber = nullptr;
+  POSNumberGetProc numberGet = nullptr;
+  POSStringNewPOSStringProc newString = nullptr;
+  POSStringIsPOSStringProc isString = nullptr;
+  POSStringGetProc stringGet = nullptr;
+  POSUnicodeStringNewPOSUnicodeStringProc newUnicode = nullptr;
+  POSUnicodeStringIsPOSUnicodeStringProc isUnicode = nullptr;
+  POSUnicodeStringGetProc unicodeGet = nullptr;
+  POSBinDataNewPOSBinDataProc newBinData = nullptr;
+  POSBinDataIsPOSBinDataProc isBinData = nullptr;
+  POSBinDataGetTypeNameProc binDataType = nullptr;
+  POSBinDataGetBinDataProc binDataBytes = nullptr;
+  POSBinDataGetSizeProc binDataSize = nullptr;
+  POSRawPointerIsPOSRawPointerProc isRawPointer = nullptr;
+  POSArrayNewPOSArrayProc newArray = nullptr;
+  POSArrayIsPOSArrayProc isArray = nullptr;
+  POSArrayGetAtProc arrayGetAt = nullptr;
+  POSArrayCountProc arrayCount = nullptr;
+  POSArrayAppendProc arrayAppend = nullptr;
+  POSDictNewPOSDictProc newDict = nullptr;
+  POSDictIsPOSDictProc isDict = nullptr;
+  POSDictGetProc dictGet = nullptr;
+  POSDictDeepGetProc dictDeepGet = nullptr;
+  POSDictPutProc dictPut = nullptr;
+  POSDictIteratorNewPOSDictIteratorProc newDictIterator = nullptr;
+  POSDictIteratorBeginProc iteratorBegin = nullptr;
+  POSDictIteratorNextProc iteratorNext = nullptr;
+  POSDictIteratorIsDoneProc iteratorIsDone = nullptr;
+  POSDictIteratorCurKeyProc iteratorKey = nullptr;
+
+  // The streamer.
+  POSStreamerNewPOSStreamerProc newStreamer = nullptr;
+  POSStreamerSerializeProc serialize = nullptr;
+  POSStreamerDeserializeProc deserialize = nullptr;
+};
+
+class LibrarySession {
+ public:
+  // Throws ToolError with kExitLibrary when the library can't be loaded or
+  // started, or lacks a procedure posctl needs.
+  LibrarySession();
+  ~LibrarySession();
+  LibrarySession(const LibrarySession&) = delete;
+  LibrarySession& operator=(const LibrarySession&) = delete;
+
+  const Procs& procs() const { return procs_; }
+
+  // Reports the library sent to MOXReportError from now on; they are echoed
+  // to standard error as they arrive in any case.
+  void StartCollectingReports();
+  std::vector<std::string> CollectedReports() const;
+
+  // The text of a runtime error, which is released.
+  std::string TakeErrorText(MOXErrorRef error) const;
+
+ private:
+  void BindAll();
+  std::unique_ptr<moxhost::LoadedLibrary> library_;
+  Procs procs_;
+  size_t reportsBefore_ = 0;
+};
+
+// "1.1.1 (65793)" from MOXUtilsGetVersion, read without starting the
+// library; a sentence saying why when the library can't be loaded.
+std::string DescribeLibraryVersion();
+
+// Holds one reference to a container and gives it back at destruction.
+class Ref {
+ public:
+  Ref() = default;
+  // Takes a reference to `container`, which may be null.
+  Ref(const Procs& procs, MOXContainer container);
+  Ref(const Ref& other);
+  Ref(Ref&& other) noexcept
+      : procs_(other.procs_), container_(std::exchange(other.container_, nullptr)) {}
+  Ref& operator=(Ref other) noexcept {
+    std::swap(procs_, other.procs_);
+    std::swap(container_, other.container_);
+    return *this;
+  }
+  ~Ref();
+
+  MOXContainer get() const { return container_; }
+  explicit operator bool() const { return container_ != nullptr; }
+
+ private:
+  const Procs* procs_ = nullptr;
+  MOXContainer container_ = nullptr;
+};
+
+// A string atom of the runtime, held for the scope.
+class Atom {
+ public:
+  Atom(const Procs& procs, const char* text);
+  ~Atom();
+  Atom(const Atom&) = delete;
+  Atom& operator=(const Atom&) = delete;
+  MOXStringAtom get() const { return atom_; }
+
+ private:
+  const Procs& procs_;
+  MOXStringAtom atom_;
+};
+
+}  // namespace posctl
+
+#endif  // POSCTL_LIBRARY_SESSION_H_

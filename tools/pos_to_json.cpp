@@ -1,0 +1,198 @@
+#include "pos_to_json.h"
+
+#include <cmath>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "diagnostics.h"
+#include "text_encoding.h"
+
+namespace posctl {
+namespace {
+
+constexpr size_t kFlushAt = 1 << 16;
+constexpr double kTwoTo63 = 9223372036854775808.0;
+
+// One step of the address of the value being written, kept as parts so that
+// the text is only made for a message.
+struct Step {
+  std::string key;
+  size_t index = 0;
+  bool isKey = false;
+};
+
+class JsonWriter {
+ public:
+  // With no `out` nothing is written: the walk only looks for values that
+  // have no JSON form.
+  JsonWriter(const Procs& procs, FILE* out, const JsonOutOptions& options, const std::string& where)
+      : procs_(procs), out_(out), options_(options), where_(where) {}
+
+  void Write(MOXContainer object) {
+    Value(object, 0);
+    Emit("\n");
+    Flush();
+  }
+
+ private:
+  void Emit(std::string_view text) {
+    if (out_ == nullptr) return;
+    buffer_.append(text);
+    if (buffer_.size() >= kFlushAt) Flush();
+  }
+  void Flush() {
+    if (out_ == nullptr || buffer_.empty()) return;
+    if (std::fwrite(buffer_.data(), 1, buffer_.size(), out_) != buffer_.size()) {
+      FailInput("posctl: error: writing JSON: " + std::string(std::strerror(errno)));
+    }
+    buffer_.clear();
+  }
+
+  void NewLine(size_t depth) {
+    if (options_.compact) return;
+    Emit("\n");
+    Emit(std::string(depth * 2, ' '));
+  }
+
+  // JSON's own string escapes come from the JSON library.
+  void EmitString(const std::string& utf8) {
+    if (out_ == nullptr) return;
+    Emit(nlohmann::json(utf8).dump());
+  }
+
+  [[noreturn]] void Refuse(const std::string& what) {
+    std::string path;
+    for (const Step& step : path_) {
+      if (step.isKey) {
+        path += (path.empty() ? "" : ".") + step.key;
+      } else {
+        path += "[" + std::to_string(step.index) + "]";
+      }
+    }
+    FailInput(where_ + ": error: " + what + " at " +
+              (path.empty() ? std::string("the top level") : "'" + path + "'") +
+              " has no JSON form");
+  }
+
+  void Value(MOXContainer object, size_t depth) {
+    if (procs_.isNumber(object)) return Number(procs_.numberGet(object));
+    if (procs_.isString(object)) return EmitString(Latin1ToUtf8(procs_.stringGet(object)));
+    if (procs_.isUnicode(object)) {
+      std::string utf8;
+      size_t badUnit = 0;
+      if (!Utf16ToUtf8(procs_.unicodeGet(object), &utf8, &badUnit)) {
+        Refuse("an unpaired surrogate (unit " + std::to_string(badUnit) + ") of a Unicode string");
+      }
+      return EmitString(utf8);
+    }
+    if (procs_.isBinData(object)) return BinData(object, depth);
+    if (procs_.isArray(object)) return Array(object, depth);
+    if (procs_.isDict(object)) return Dict(object, depth);
+    if (procs_.isRawPointer(object)) Refuse("a raw pointer");
+    Refuse("an object of no known class");
+  }
+
+  void Number(double value) {
+    if (std::isnan(value)) Refuse("NaN");
+    if (std::isinf(value)) Refuse(value > 0 ? "infinity" : "minus infinity");
+    if (value == 0 && std::signbit(value)) return Emit("-0");
+    // Whole numbers read best without a fraction; below 2^63 the conversion
+    // is exact.
+    if (std::trunc(value) == value && std::fabs(value) < kTwoTo63) {
+      return Emit(std::to_string(static_cast<int64_t>(value)));
+    }
+    if (out_ != nullptr) Emit(nlohmann::json(value).dump());
+  }
+
+  void BinData(MOXContainer object, size_t depth) {
+    static const char kDigits[] = "0123456789ABCDEF";
+    const char* type = procs_.binDataType(object);
+    const uint64_t size = procs_.binDataSize(object);
+    const auto* bytes = static_cast<const unsigned char*>(procs_.binDataBytes(object));
+    if (out_ == nullptr) return;
+    Emit("{");
+    NewLine(depth + 1);
+    EmitString("$bindata");
+    Emit(options_.compact ? ":" : ": ");
+    EmitString(BytesToUtf8(type != nullptr ? type : ""));
+    Emit(",");
+    NewLine(depth + 1);
+    EmitString("hex");
+    Emit(options_.compact ? ":\"" : ": \"");
+    std::string hex;
+    for (uint64_t i = 0; i < size; ++i) {
+      hex.push_back(kDigits[bytes[i] >> 4]);
+      hex.push_back(kDigits[bytes[i] & 0xF]);
+      if (hex.size() >= kFlushAt) {
+        Emit(hex);
+        hex.clear();
+      }
+    }
+    Emit(hex);
+    Emit("\"");
+    NewLine(depth);
+    Emit("}");
+  }
+
+  void Array(MOXContainer array, size_t depth) {
+    const uint32_t count = procs_.arrayCount(array);
+    if (count == 0) return Emit("[]");
+    Emit("[");
+    path_.push_back(Step{});
+    for (uint32_t i = 0; i < count; ++i) {
+      path_.back().index = i;
+      if (i > 0) Emit(",");
+      NewLine(depth + 1);
+      MOXContainer member = procs_.arrayGetAt(array, i);
+      if (member == nullptr) Refuse("a hole");
+      Value(member, depth + 1);
+    }
+    path_.pop_back();
+    NewLine(depth);
+    Emit("]");
+  }
+
+  void Dict(MOXContainer dict, size_t depth) {
+    Ref iterator(procs_, procs_.newDictIterator(dict));
+    if (!iterator) Refuse("a dictionary the library can't iterate");
+    procs_.iteratorBegin(iterator.get());
+    if (procs_.iteratorIsDone(iterator.get())) return Emit("{}");
+    Emit("{");
+    path_.push_back(Step{{}, 0, true});
+    bool first = true;
+    for (; !procs_.iteratorIsDone(iterator.get()); procs_.iteratorNext(iterator.get())) {
+      const char* key = procs_.iteratorKey(iterator.get());
+      path_.back().key = key;
+      if (!first) Emit(",");
+      first = false;
+      NewLine(depth + 1);
+      EmitString(BytesToUtf8(key));
+      Emit(options_.compact ? ":" : ": ");
+      Atom keyAtom(procs_, key);
+      MOXContainer value = procs_.dictGet(dict, keyAtom.get());
+      if (value == nullptr) Refuse("a key without a value");
+      Value(value, depth + 1);
+    }
+    path_.pop_back();
+    NewLine(depth);
+    Emit("}");
+  }
+
+  const Procs& procs_;
+  FILE* out_;
+  const JsonOutOptions& options_;
+  const std::string& where_;
+  std::string buffer_;
+  std::vector<Step> path_;
+};
+
+}  // namespace
+
+void WriteJson(LibrarySession& session, MOXContainer object, FILE* out,
+               const JsonOutOptions& options, const std::string& where) {
+  JsonWriter(session.procs(), nullptr, options, where).Write(object);
+  JsonWriter(session.procs(), out, options, where).Write(object);
+}
+
+}  // namespace posctl

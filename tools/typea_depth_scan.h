@@ -1,0 +1,28 @@
+// A pass over TypeA input before the library reads it. The library's reader
+// recurses once per level of nesting with no limit of its own, so posctl
+// measures the nesting first and refuses what would run the stack out. The
+// pass streams the file in blocks: inputs of hundreds of megabytes never sit
+// in memory.
+#ifndef POSCTL_TYPEA_DEPTH_SCAN_H_
+#define POSCTL_TYPEA_DEPTH_SCAN_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace posctl {
+
+struct TypeADepthScan {
+  size_t depth = 0;  // deepest nesting of arrays, dictionaries and binary data seen
+  bool tooDeep = false;
+  uint64_t tooDeepOffset = 0;  // the opening byte that went past the limit
+};
+
+// Follows the streams of the file one after another, with whitespace allowed
+// between them. The pass stops quietly where the library's reader would
+// refuse the input, since nothing beyond that point is ever read.
+TypeADepthScan ScanTypeADepth(const std::string& path, size_t maxDepth);
+
+}  // namespace posctl
+
+#endif  // POSCTL_TYPEA_DEPTH_SCAN_H_
