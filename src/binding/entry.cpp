@@ -86,8 +86,9 @@ bool MOXBindHost(MOXLookupProc lookup) {
   gBindingComplete = false;
 
   if (gStaticMarker != kStaticMarker) return false;
-  // The error table is not loaded yet, so a missing container interface can't
-  // become a host error object; MOXUtilsInitialize turns the throw into 0.
+  // The error table is not loaded yet on a first start, so a missing
+  // container interface can't become a host error object; either way
+  // MOXUtilsInitialize turns the throw into 0.
   if (gMOXContainerTable.Get() == nullptr) MOXThrowMissingInterface();
   gOffsetToPrimaryInstance = MOXContainerProcs::GetOffsetToPrimaryInstance();
 
@@ -124,8 +125,12 @@ bool RegisterLibraryInterfaces() {
 }
 
 void UnregisterLibraryInterfaces() {
+  // A start refused before the core procedures were bound leaves nothing to
+  // unregister, and no procedure to do it with.
+  MOXUnregisterInterfaceProc unregister = gMOXUnregisterInterface;
+  if (unregister == nullptr) return;
   MOXInterfaceNameList list = MOXInterfacesToUnregister();
-  for (size_t i = 0; i < list.count; ++i) gMOXUnregisterInterface(list.names[i]);
+  for (size_t i = 0; i < list.count; ++i) unregister(list.names[i]);
 }
 
 }  // namespace

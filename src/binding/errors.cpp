@@ -60,6 +60,10 @@ void MOXThrowNoSignature() {
 }
 
 void MOXThrowMissingInterface() {
+  // The container interface is bound before the error interface: a runtime
+  // without containers is refused before any error object can be made. The
+  // start fails all the same, with a plain exception of the same text.
+  if (!gMOXErrorTable.HasSlot(0)) throw TOVException("Missing Interface");
   MOXThrowNewError("Missing Interface", "MOX", 0, 0, 0);
 }
 
