@@ -5,112 +5,60 @@
 
 #include <cstdio>
 #include <string>
-#include <vector>
 
-#include "MOXRuntimeProcs.h"
-#include "MOXUtils.h"
-#include "POSProcs.h"
-#include "moxhost/Runtime.h"
 #include "pos/text_parser.h"
+#include "pos_fixture.h"
 
 namespace {
 
 using moxhost::Runtime;
 
-template <typename Proc>
-Proc Lookup(const char* interfaceName, const char* method, const char* procType) {
-  void* address = Runtime::LookupProc()(interfaceName, method, procType);
-  EXPECT_NE(address, nullptr) << interfaceName << "." << method;
-  return reinterpret_cast<Proc>(address);
-}
-#define MOX_LOOKUP(interfaceName, method, Proc) Lookup<Proc>(interfaceName, method, #Proc)
-
 // A position no parse can produce, to see whether the entry wrote the place.
 const char kUntouched[] = "untouched";
 
-class TextParser : public ::testing::Test {
+class TextParser : public moxtest::POSFixture {
  protected:
   void SetUp() override {
-    Runtime::Get().ClearFaults();
-    before_ = Runtime::Get().Counts();
-    ASSERT_EQ(MOXUtilsInitialize(Runtime::LookupProc()), 1u);
-    create_ = MOX_LOOKUP("POSObjectStatics", "CreateFromText", POSObjectCreateFromTextProc);
-    // The first use of each class fills the library's method-table caches,
-    // which live until the stop; fill them before taking the baseline.
-    EXPECT_EQ(Parse("<a [1 `0041`]>"), "<a:[1 u(0041)]>");
-    Runtime::Get().ClearReports();
-    started_ = Runtime::Get().Counts();
-  }
-  void TearDown() override {
-    EXPECT_EQ(Runtime::Get().Counts().ToString(), started_.ToString());
-    MOXUtilsTerminate();
-    Runtime::Get().ClearFaults();
-    EXPECT_EQ(Runtime::Get().Counts().ToString(), before_.ToString());
+    POSFixture::SetUp();
+    create_ = reinterpret_cast<POSObjectCreateFromTextProc>(
+        Runtime::LookupProc()("POSObjectStatics", "CreateFromText", "POSObjectCreateFromTextProc"));
+    ASSERT_NE(create_, nullptr);
   }
 
   // The object as text: numbers by %g, strings in quotes, Unicode strings as
   // hexadecimal units, dictionaries in key order.
   std::string Describe(MOXContainer object) {
-    if (object == nullptr) return "null";
-    if (MOX_LOOKUP("POSNumberInterface", "IsPOSNumber", POSNumberIsPOSNumberProc)(object)) {
-      char text[32];
-      std::snprintf(text, sizeof text, "%g",
-                    MOX_LOOKUP("POSNumberInterface", "Get", POSNumberGetProc)(object));
-      return text;
-    }
-    if (MOX_LOOKUP("POSStringInterface", "IsPOSString", POSStringIsPOSStringProc)(object)) {
-      return "'" + std::string(MOX_LOOKUP("POSStringInterface", "Get", POSStringGetProc)(object)) +
-             "'";
-    }
-    if (MOX_LOOKUP("POSUnicodeStringInterface", "IsPOSUnicodeString",
-                   POSUnicodeStringIsPOSUnicodeStringProc)(object)) {
-      std::string text = "u(";
-      const uint16_t* unit =
-          MOX_LOOKUP("POSUnicodeStringInterface", "Get", POSUnicodeStringGetProc)(object);
-      for (; *unit != 0; ++unit) {
+    std::string text;
+    if (object == nullptr) {
+      text = "null";
+    } else if (p.isNumber(object)) {
+      char number[32];
+      std::snprintf(number, sizeof number, "%g", p.getNumber(object));
+      text = number;
+    } else if (p.isString(object)) {
+      text = "'" + std::string(p.getString(object)) + "'";
+    } else if (p.isArray(object)) {
+      for (uint32_t i = 0; i < p.count(object); ++i) {
+        text += (i > 0 ? " " : "") + Describe(p.getAt(object, i));
+      }
+      text = "[" + text + "]";
+    } else if (p.isDict(object)) {
+      MOXContainer it = p.newIterator(object);
+      for (; !p.isDone(it); p.next(it)) {
+        text += (text.empty() ? "" : " ") + std::string(p.curKey(it)) + ":" +
+                Describe(p.Get(object, p.curKey(it)));
+      }
+      p.Drop(it);
+      text = "<" + text + ">";
+    } else {  // the one class left that the notation makes
+      for (const uint16_t* unit = p.getUnicode(object); *unit != 0; ++unit) {
         char group[8];
-        std::snprintf(group, sizeof group, "%s%04X", text.size() > 2 ? " " : "", *unit);
+        std::snprintf(group, sizeof group, "%s%04X", text.empty() ? "" : " ", *unit);
         text += group;
       }
-      return text + ")";
+      text = "u(" + text + ")";
     }
-    if (MOX_LOOKUP("POSArrayInterface", "IsPOSArray", POSArrayIsPOSArrayProc)(object)) {
-      std::string text = "[";
-      const uint32_t count = MOX_LOOKUP("POSArrayInterface", "Count", POSArrayCountProc)(object);
-      for (uint32_t i = 0; i < count; ++i) {
-        if (i > 0) text += " ";
-        text += Describe(MOX_LOOKUP("POSArrayInterface", "GetAt", POSArrayGetAtProc)(object, i));
-      }
-      return text + "]";
-    }
-    if (MOX_LOOKUP("POSDictInterface", "IsPOSDict", POSDictIsPOSDictProc)(object)) {
-      auto newAtom = MOX_LOOKUP("MOXStringInterface", "NewStringAtom", MOXNewStringAtomProc);
-      auto deleteAtom =
-          MOX_LOOKUP("MOXStringInterface", "DeleteStringAtom", MOXDeleteStringAtomProc);
-      auto get = MOX_LOOKUP("POSDictInterface", "Get", POSDictGetProc);
-      auto next = MOX_LOOKUP("POSDictIteratorInterface", "Next", POSDictIteratorNextProc);
-      auto isDone = MOX_LOOKUP("POSDictIteratorInterface", "IsDone", POSDictIteratorIsDoneProc);
-      auto curKey = MOX_LOOKUP("POSDictIteratorInterface", "CurKey", POSDictIteratorCurKeyProc);
-      MOXContainer it = MOX_LOOKUP("POSDictIteratorInterface", "NewPOSDictIterator",
-                                   POSDictIteratorNewPOSDictIteratorProc)(object);
-      std::string text = "<";
-      for (; !isDone(it); next(it)) {
-        if (text.size() > 1) text += " ";
-        MOXStringAtom key = newAtom(curKey(it));
-        text += std::string(curKey(it)) + ":" + Describe(get(object, key));
-        deleteAtom(key);
-      }
-      MOX_LOOKUP("MOXContainerInterface", "DeleteUnownedContainer", MOXDeleteUnownedContainerProc)
-      (it);
-      return text + ">";
-    }
-    return "?";
-  }
-
-  // Destroys a result, which comes back unowned.
-  void Drop(MOXContainer object) {
-    MOX_LOOKUP("MOXContainerInterface", "DeleteUnownedContainer", MOXDeleteUnownedContainerProc)
-    (object);
+    return text;
   }
 
   // Parses a well-formed text through the registered entry.
@@ -119,7 +67,7 @@ class TextParser : public ::testing::Test {
     MOXContainer object = create_(text.c_str(), &position);
     EXPECT_EQ(position, nullptr) << "a successful parse clears the position: " << text;
     std::string description = Describe(object);
-    Drop(object);
+    p.Drop(object);
     return description;
   }
 
@@ -130,21 +78,19 @@ class TextParser : public ::testing::Test {
     MOXContainer object =
         NPOSObjectImpl::CreateFromTextWithMessage(text.c_str(), &position, &message);
     EXPECT_EQ(object, nullptr) << text;
-    Drop(object);
+    p.Drop(object);
     // The registered entry stops at the same place and says nothing either.
     const char* entryPosition = kUntouched;
     EXPECT_EQ(create_(text.c_str(), &entryPosition), nullptr) << text;
     EXPECT_EQ(entryPosition, position) << text;
-    EXPECT_TRUE(Runtime::Get().Reports().empty()) << text;
+    EXPECT_TRUE(TakeReports().empty()) << text;
     // No partial result survives.
-    EXPECT_EQ(Runtime::Get().Counts().ToString(), started_.ToString()) << text;
+    EXPECT_EQ(moxtest::CountsDiff(started_, Runtime::Get().Counts()), "") << text;
     if (message == nullptr || position == nullptr || position == kUntouched) return "no error";
     return std::string(message) + " @ " + std::to_string(position - text.c_str());
   }
 
   POSObjectCreateFromTextProc create_ = nullptr;
-  moxhost::LiveCounts before_;
-  moxhost::LiveCounts started_;
 };
 
 TEST_F(TextParser, BuildsNestedObjects) {
@@ -263,7 +209,7 @@ TEST_F(TextParser, PositionPlaceIsOptional) {
   EXPECT_EQ(create_("<a", nullptr), nullptr);
   MOXContainer object = create_("[1]", nullptr);
   EXPECT_EQ(Describe(object), "[1]");
-  Drop(object);
+  p.Drop(object);
   // A null text is refused like an empty one.
   const char* position = kUntouched;
   EXPECT_EQ(create_(nullptr, &position), nullptr);
@@ -279,7 +225,10 @@ TEST_F(TextParser, MissingStringInterfaceIsReportedNotASyntaxError) {
   const char* position = kUntouched;
   EXPECT_EQ(create_("[1 <k 2>]", &position), nullptr);
   EXPECT_EQ(position, nullptr);
-  EXPECT_FALSE(Runtime::Get().Reports().empty());
+  // One report, of the failed lookup (whose text is empty), and the array
+  // and number made before the String are gone again.
+  EXPECT_EQ(TakeReports(), Reports{""});
+  EXPECT_EQ(moxtest::CountsDiff(started_, Runtime::Get().Counts()), "");
   Runtime::Get().ClearFaults();
   Runtime::Get().RaiseUnregisterCounter();
   EXPECT_EQ(Parse("<k 2>"), "<k:2>");
@@ -293,12 +242,13 @@ TEST_F(TextParser, ExhaustionAtEachStepLeavesNothingBehind) {
   const std::string complete = "<list:[1 'two' u(0033) <four:[4]>] name:'x'>";
   Runtime& rt = Runtime::Get();
   const uint64_t allocationsBefore = rt.AllocationCalls();
-  Drop(create_(text, nullptr));
+  p.Drop(create_(text, nullptr));
   const uint64_t allocations = rt.AllocationCalls() - allocationsBefore;
   for (const bool atoms : {false, true}) {
     uint64_t n = 1;
     for (;; ++n) {
       SCOPED_TRACE((atoms ? "atom " : "allocation ") + std::to_string(n));
+      ASSERT_LT(n, 1000u) << "every parse reports";
       rt.ClearReports();
       if (atoms) {
         rt.FailNthStringAtom(n);
@@ -309,9 +259,9 @@ TEST_F(TextParser, ExhaustionAtEachStepLeavesNothingBehind) {
       MOXContainer object = create_(text, &position);
       rt.ClearFaults();
       const std::string description = Describe(object);
-      Drop(object);
+      p.Drop(object);
       EXPECT_EQ(position, nullptr);
-      EXPECT_EQ(rt.Counts().ToString(), started_.ToString());
+      EXPECT_EQ(moxtest::CountsDiff(started_, rt.Counts()), "");
       // Without a report the fault was not reached: the parse needs fewer.
       if (rt.Reports().empty()) {
         EXPECT_EQ(description, complete);
