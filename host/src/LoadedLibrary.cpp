@@ -71,6 +71,12 @@ void LoadedLibrary::Stop() {
 void LoadedLibrary::Unload() {
   if (handle_ == nullptr) return;
   if (started_) Stop();
+  UnloadWithoutStop();
+}
+
+void LoadedLibrary::UnloadWithoutStop() {
+  if (handle_ == nullptr) return;
+  started_ = false;
   dlclose(handle_);
   handle_ = nullptr;
   getVersion_ = nullptr;

@@ -128,6 +128,9 @@ class LoadedLibrary {
   void Stop();
   // Stops if started, then dlclose; the object stays, unusable.
   void Unload();
+  // dlclose without MOXUtilsTerminate, as a host that goes away without
+  // stopping the library: whatever the library still holds is abandoned.
+  void UnloadWithoutStop();
   bool IsLoaded() const { return handle_ != nullptr; }
 
  private:

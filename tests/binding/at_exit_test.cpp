@@ -1,0 +1,140 @@
+// Process exit with live handles: after the library's exit hook has run,
+// destroying a handle that still holds a container, an atom, an error or a
+// shared buffer must make no call into a runtime that may be gone.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "MOXUtils.h"
+#include "binding/container_ref.h"
+#include "binding/errors.h"
+#include "binding/host_wrappers.h"
+#include "binding/string_holder.h"
+#include "moxhost/Runtime.h"
+
+namespace {
+
+// Set by the late holder when it begins to drop its handles; every call of a
+// release procedure from then on is counted.
+bool gExitHookHasRun = false;
+int gLateCalls = 0;
+int gReportFd = -1;
+
+MOXReleaseContainerProc gRealRelease;
+MOXDeleteStringAtomProc gRealDeleteAtom;
+MOXErrorReleaseProc gRealErrorRelease;
+MOXMemFreeProc gRealFree;
+MOXSharedBuffReleaseProc gRealBufferRelease;
+
+void CountingRelease(MOXContainer c) {
+  if (gExitHookHasRun) ++gLateCalls;
+  gRealRelease(c);
+}
+void CountingDeleteAtom(MOXStringAtom a) {
+  if (gExitHookHasRun) ++gLateCalls;
+  gRealDeleteAtom(a);
+}
+void CountingErrorRelease(MOXErrorRef e) {
+  if (gExitHookHasRun) ++gLateCalls;
+  gRealErrorRelease(e);
+}
+void CountingFree(void* block) {
+  if (gExitHookHasRun) ++gLateCalls;
+  gRealFree(block);
+}
+void CountingBufferRelease(MOXSharedBuff b) {
+  if (gExitHookHasRun) ++gLateCalls;
+  gRealBufferRelease(b);
+}
+
+// Hands out counting wrappers for the release procedures.
+void* WrappingLookup(const char* interfaceName, const char* method, const char* procType) {
+  void* real = moxhost::Runtime::LookupProc()(interfaceName, method, procType);
+  auto is = [&](const char* i, const char* m) {
+    return std::strcmp(interfaceName, i) == 0 && std::strcmp(method, m) == 0;
+  };
+  if (real == nullptr) return nullptr;
+  if (is("MOXContainerInterface", "Release")) {
+    gRealRelease = reinterpret_cast<MOXReleaseContainerProc>(real);
+    return reinterpret_cast<void*>(&CountingRelease);
+  }
+  if (is("MOXStringInterface", "DeleteStringAtom")) {
+    gRealDeleteAtom = reinterpret_cast<MOXDeleteStringAtomProc>(real);
+    return reinterpret_cast<void*>(&CountingDeleteAtom);
+  }
+  if (is("MOXErrorInterface", "Release")) {
+    gRealErrorRelease = reinterpret_cast<MOXErrorReleaseProc>(real);
+    return reinterpret_cast<void*>(&CountingErrorRelease);
+  }
+  if (is("MOXMemoryInterface", "Free")) {
+    gRealFree = reinterpret_cast<MOXMemFreeProc>(real);
+    return reinterpret_cast<void*>(&CountingFree);
+  }
+  if (is("MOXSharedBuffInterface", "Release")) {
+    gRealBufferRelease = reinterpret_cast<MOXSharedBuffReleaseProc>(real);
+    return reinterpret_cast<void*>(&CountingBufferRelease);
+  }
+  return real;
+}
+
+struct Handles {
+  CMOXContainerRef container;
+  CMOXStringHolder atom;
+  CMOXError error;
+  MOXSharedBuff buffer = nullptr;
+  ~Handles() { MOXSharedBuffProcs::Release(buffer); }
+};
+
+void NoDestroy(void*) {}
+
+// Built before main, so destroyed after every exit hook registered later,
+// the library's among them.
+struct LateHolder {
+  std::unique_ptr<Handles> handles;
+  ~LateHolder() {
+    if (gReportFd < 0) return;
+    gExitHookHasRun = true;
+    handles.reset();
+    char text[32];
+    int length = std::snprintf(text, sizeof text, "%d", gLateCalls);
+    if (write(gReportFd, text, length) != length) _exit(3);
+    close(gReportFd);
+  }
+} gLate;
+
+TEST(AtExit, HandlesOutlivingTheHostMakeNoCall) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    close(fds[0]);
+    if (MOXUtilsInitialize(&WrappingLookup) != 1) _exit(2);
+    auto handles = std::make_unique<Handles>();
+    CMOXStringHolder name("TestImpl");
+    handles->container = CMOXContainerRef(MOXNewFullContainer(&gLate, name, &NoDestroy, name));
+    handles->atom = CMOXStringHolder("held at exit");
+    handles->error = CMOXError("held at exit", "", 0, 0, 0);
+    handles->buffer = MOXNewSharedBuffer(16, nullptr, nullptr, 0, 0);
+    gLate.handles = std::move(handles);
+    gReportFd = fds[1];
+    std::exit(0);  // no MOXUtilsTerminate: the host goes away with the process
+  }
+  close(fds[1]);
+  char text[32] = {};
+  ssize_t length = read(fds[0], text, sizeof text - 1);
+  close(fds[0]);
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+  ASSERT_GT(length, 0) << "the late holder did not report";
+  EXPECT_STREQ(text, "0") << "calls into the runtime after the exit hook";
+}
+
+}  // namespace
