@@ -10,6 +10,10 @@
 namespace posctl {
 namespace {
 
+// The library's reader, writer and parser recurse once per level; past some
+// ten thousand levels they run out of the default stack.
+constexpr size_t kLargestMaxDepth = 5000;
+
 const std::map<std::string, Format> kInputFormats = {
     {"notation", Format::kNotation}, {"typea", Format::kTypeA}, {"json", Format::kJson}};
 const std::map<std::string, Format> kOutputFormats = {{"typea", Format::kTypeA},
@@ -31,7 +35,7 @@ void AddInputOptions(CLI::App* command, InputOptions* options, bool withFormat) 
       ->add_option("--max-depth", options->maxDepth,
                    "Refuse input nested deeper than this many arrays and dictionaries")
       ->capture_default_str()
-      ->check(CLI::Range(1, 100000));
+      ->check(CLI::Range(size_t{1}, kLargestMaxDepth));
 }
 
 }  // namespace

@@ -154,7 +154,11 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
     return level.path + "[" + std::to_string(level.index) + "]";
   }
   static std::string DescribePath(const std::string& path) {
-    return path.empty() ? "the top level" : "'" + path + "'";
+    if (path.empty()) return "the top level";
+    // A path through hundreds of levels says no more than its end.
+    constexpr size_t kLongest = 80;
+    if (path.size() > kLongest) return "'..." + path.substr(path.size() - kLongest) + "'";
+    return "'" + path + "'";
   }
   std::string DescribeNextPath() const { return DescribePath(NextPath()); }
 
