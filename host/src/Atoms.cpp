@@ -40,7 +40,7 @@ class AtomTable {
     atom->length = length;
     std::memcpy(atom->Text(), text, length + 1);
     Insert(shard, atom);
-    gStats.atoms.Increment();
+    Count(Counter::kAtoms, 1);
     return atom;
   }
 
@@ -72,7 +72,7 @@ class AtomTable {
     }
     atom->refs.~atomic();
     std::free(atom);
-    gStats.atoms.Decrement();
+    Count(Counter::kAtoms, -1);
   }
 
  private:

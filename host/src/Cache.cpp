@@ -103,7 +103,7 @@ bool TryRetain(MOXCacheID id) {
 
 MOXCacheID NewCacheID() {
   MOXCacheID id = new (std::nothrow) MOXCacheIDOpaque;
-  if (id != nullptr) gStats.cacheIDs.Increment();
+  if (id != nullptr) Count(Counter::kCacheIDs, 1);
   return id;
 }
 
@@ -122,7 +122,7 @@ void ReleaseID(MOXCacheID id) {
   }
   dropped.Run();
   delete id;
-  gStats.cacheIDs.Decrement();
+  Count(Counter::kCacheIDs, -1);
 }
 
 // Replaces the data; data attached before is dropped through its own procedure.
@@ -325,7 +325,7 @@ MOXCacheID SearchForID(MOXCacheSet set, uint64_t key, bool create) {
     set->ids.emplace(key, id);
   } catch (const std::bad_alloc&) {
     delete id;
-    gStats.cacheIDs.Decrement();
+    Count(Counter::kCacheIDs, -1);
     return nullptr;
   }
   AddRefID(id);  // the set's and the caller's

@@ -24,7 +24,7 @@ Container* AllocateContainer() {
   if (container == nullptr) return nullptr;
   container->instances = &container->ownInstances;
   container->ownInstances.block = container;
-  gStats.containers.Increment();
+  Count(Counter::kContainers, 1);
   return container;
 }
 
@@ -50,7 +50,7 @@ void ReleaseInstanceSet(InstanceSet* set) {
 
 // Runs once per container, by the thread that set the dying bit.
 void Destroy(Container* container) {
-  gStats.containers.Decrement();
+  Count(Counter::kContainers, -1);
   ReleaseAtom(container->signature.load(std::memory_order_acquire));
   for (InterfaceEntry* entry = container->interfaces.load(std::memory_order_acquire);
        entry != nullptr;) {
@@ -238,7 +238,7 @@ MOXErrorRef RegisterInstance(MOXContainer container, void* instance, MOXStringAt
 
 MOXErrorRef GetMethod(void** out, MOXContainer container, MOXStringAtom methodName,
                       MOXStringAtom procTypeName, bool mustExist) {
-  gStats.getMethodCalls.Increment();
+  Count(Counter::kGetMethodCalls, 1);
   if (out == nullptr) return MakeError(kInvalidArgument, "GetMethod: null out-parameter");
   *out = nullptr;
   if (container == nullptr) return MakeError(kInvalidArgument, "GetMethod: null container");

@@ -50,7 +50,7 @@ MOXErrorRef NewErrorObject(const char* message, const char* component, int64_t i
   error->id = id;
   error->info1 = info1;
   error->info2 = info2;
-  gStats.errors.Increment();
+  Count(Counter::kErrors, 1);
   return error;
 }
 
@@ -98,7 +98,7 @@ void ReleaseError(MOXErrorRef error) {
   ReleaseAtom(error->message);
   ReleaseAtom(error->component);
   delete error;
-  gStats.errors.Decrement();
+  Count(Counter::kErrors, -1);
 }
 
 InterfaceRows ErrorInterface() {

@@ -43,7 +43,7 @@ void Release(MOXFilter filter) {
   if (filter->release != nullptr) filter->release(filter->client);
   Release(filter->target);
   delete filter;
-  gStats.filters.Decrement();
+  Count(Counter::kFilters, -1);
 }
 
 MOXFilter TargetOf(MOXFilter filter, bool addRef) {
@@ -75,7 +75,7 @@ MOXErrorRef NewFilter(MOXFilter* out, FilterKind kind, MOXFilter target, void* c
   AddRef(target);
   filter->client = client;
   filter->release = release;
-  gStats.filters.Increment();
+  Count(Counter::kFilters, 1);
   *out = filter;
   return nullptr;
 }

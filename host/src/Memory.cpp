@@ -34,14 +34,14 @@ BlockHeader* CheckedHeader(void* block, const char* caller) {
 }
 
 void* Alloc(uint64_t size) {
-  gStats.allocationCalls.Increment();
+  Count(Counter::kAllocationCalls, 1);
   if (ShouldFail(Fault::kAllocation) || size > kMaxSize) return nullptr;
   auto* header = static_cast<BlockHeader*>(std::malloc(sizeof(BlockHeader) + size));
   if (header == nullptr) return nullptr;
   header->size = size;
   header->magic = kLiveMagic;
-  gStats.memoryBlocks.Increment();
-  gStats.memoryBytes.Add(static_cast<int64_t>(size));
+  Count(Counter::kMemoryBlocks, 1);
+  Count(Counter::kMemoryBytes, static_cast<int64_t>(size));
   return header + 1;
 }
 
@@ -49,15 +49,15 @@ void Free(void* block) {
   if (block == nullptr) return;
   BlockHeader* header = CheckedHeader(block, "Free");
   if (header == nullptr) return;
-  gStats.memoryBlocks.Decrement();
-  gStats.memoryBytes.Add(-static_cast<int64_t>(header->size));
+  Count(Counter::kMemoryBlocks, -1);
+  Count(Counter::kMemoryBytes, -static_cast<int64_t>(header->size));
   header->magic = kFreedMagic;
   std::free(header);
 }
 
 void* Realloc(void* block, uint64_t size) {
   if (block == nullptr) return Alloc(size);
-  gStats.allocationCalls.Increment();
+  Count(Counter::kAllocationCalls, 1);
   BlockHeader* header = CheckedHeader(block, "Realloc");
   if (header == nullptr) return nullptr;
   // On failure the old block stays as it was, as with realloc.
@@ -71,7 +71,7 @@ void* Realloc(void* block, uint64_t size) {
   }
   moved->size = size;
   moved->magic = kLiveMagic;
-  gStats.memoryBytes.Add(static_cast<int64_t>(size) - static_cast<int64_t>(oldSize));
+  Count(Counter::kMemoryBytes, static_cast<int64_t>(size) - static_cast<int64_t>(oldSize));
   return moved + 1;
 }
 

@@ -19,7 +19,7 @@ namespace {
 
 MOXProgress NewNullProgress() {
   MOXProgress progress = new (std::nothrow) MOXProgressOpaque;
-  if (progress != nullptr) gStats.progress.Increment();
+  if (progress != nullptr) Count(Counter::kProgress, 1);
   return progress;
 }
 
@@ -45,7 +45,7 @@ void Release(MOXProgress progress) {
   if (progress == nullptr || progress->refs.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
   if (progress->release != nullptr) progress->release(progress->client);
   delete progress;
-  gStats.progress.Decrement();
+  Count(Counter::kProgress, -1);
 }
 
 bool Update(MOXProgress progress, double fraction) {

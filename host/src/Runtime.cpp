@@ -35,24 +35,24 @@ void Runtime::EchoReportsTo(FILE* stream) {
 
 LiveCounts Runtime::Counts() const {
   LiveCounts counts;
-  counts.containers = gStats.containers.Sum();
-  counts.atoms = gStats.atoms.Sum();
-  counts.errors = gStats.errors.Sum();
-  counts.sharedBuffers = gStats.sharedBuffers.Sum();
-  counts.memoryBlocks = gStats.memoryBlocks.Sum();
-  counts.memoryBytes = gStats.memoryBytes.Sum();
-  counts.cacheIDs = gStats.cacheIDs.Sum();
-  counts.progress = gStats.progress.Sum();
-  counts.filters = gStats.filters.Sum();
+  counts.containers = CountSum(Counter::kContainers);
+  counts.atoms = CountSum(Counter::kAtoms);
+  counts.errors = CountSum(Counter::kErrors);
+  counts.sharedBuffers = CountSum(Counter::kSharedBuffers);
+  counts.memoryBlocks = CountSum(Counter::kMemoryBlocks);
+  counts.memoryBytes = CountSum(Counter::kMemoryBytes);
+  counts.cacheIDs = CountSum(Counter::kCacheIDs);
+  counts.progress = CountSum(Counter::kProgress);
+  counts.filters = CountSum(Counter::kFilters);
   return counts;
 }
 
 uint64_t Runtime::GetMethodCalls() const {
-  return static_cast<uint64_t>(gStats.getMethodCalls.Sum());
+  return static_cast<uint64_t>(CountSum(Counter::kGetMethodCalls));
 }
 
 uint64_t Runtime::AllocationCalls() const {
-  return static_cast<uint64_t>(gStats.allocationCalls.Sum());
+  return static_cast<uint64_t>(CountSum(Counter::kAllocationCalls));
 }
 
 uint64_t Runtime::UnregisterCount() const {

@@ -18,7 +18,7 @@ void Destroy(MOXSharedBuff buffer) {
     std::free(buffer->data);
   }
   delete buffer;
-  gStats.sharedBuffers.Decrement();
+  Count(Counter::kSharedBuffers, -1);
 }
 
 // On failure the caller keeps `data`: a null result means it was not taken.
@@ -45,7 +45,7 @@ MOXSharedBuff NewBuffer(uint64_t size, void* data, MOXReleaseProc release, uintp
     if (data != nullptr) std::memcpy(buffer->data, data, size);
   }
   buffer->refs.store(1, std::memory_order_relaxed);
-  gStats.sharedBuffers.Increment();
+  Count(Counter::kSharedBuffers, 1);
   return buffer;
 }
 

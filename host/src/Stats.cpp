@@ -1,23 +1,72 @@
 #include "Stats.h"
 
+#include <mutex>
 #include <sstream>
 
 #include "moxhost/Runtime.h"
 
 namespace moxhost {
+namespace stats_internal {
+namespace {
 
-Stats gStats;
+struct Blocks {
+  std::mutex mu;
+  Block* threads = nullptr;  // the blocks of running threads
+  Block ended;
+  Blocks() { ended.shared = true; }
+};
 
-size_t StripedCounter::StripeOfThisThread() {
-  // Threads take stripes in turn, so a handful of busy threads never share one.
-  static std::atomic<size_t> nextStripe{0};
-  thread_local size_t stripe = nextStripe.fetch_add(1, std::memory_order_relaxed) % kStripes;
-  return stripe;
+// Never destroyed: threads may count while the process exits.
+Blocks& AllBlocks() {
+  static Blocks* blocks = new Blocks;
+  return *blocks;
 }
 
-int64_t StripedCounter::Sum() const {
-  int64_t sum = 0;
-  for (const Stripe& stripe : stripes_) sum += stripe.value.load(std::memory_order_relaxed);
+// Folds the thread's block into the shared one when the thread ends.
+struct ThreadEnd {
+  Block* block = nullptr;
+  ~ThreadEnd() {
+    Blocks& blocks = AllBlocks();
+    std::lock_guard<std::mutex> lock(blocks.mu);
+    for (int i = 0; i < static_cast<int>(Counter::kCount); ++i) {
+      blocks.ended.values[i].fetch_add(block->values[i].load(std::memory_order_relaxed),
+                                       std::memory_order_relaxed);
+    }
+    Block** link = &blocks.threads;
+    while (*link != block) link = &(*link)->next;
+    *link = block->next;
+    delete block;
+    tBlock = &blocks.ended;
+  }
+};
+
+}  // namespace
+
+Block* AttachThisThread() {
+  static thread_local ThreadEnd threadEnd;
+  Blocks& blocks = AllBlocks();
+  Block* block = new Block;
+  {
+    std::lock_guard<std::mutex> lock(blocks.mu);
+    block->next = blocks.threads;
+    blocks.threads = block;
+  }
+  threadEnd.block = block;
+  tBlock = block;
+  return block;
+}
+
+}  // namespace stats_internal
+
+int64_t CountSum(Counter counter) {
+  using namespace stats_internal;
+  const int index = static_cast<int>(counter);
+  Blocks& blocks = AllBlocks();
+  std::lock_guard<std::mutex> lock(blocks.mu);
+  int64_t sum = blocks.ended.values[index].load(std::memory_order_relaxed);
+  for (Block* block = blocks.threads; block != nullptr; block = block->next) {
+    sum += block->values[index].load(std::memory_order_relaxed);
+  }
   return sum;
 }
 

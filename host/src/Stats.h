@@ -1,55 +1,62 @@
 // Counters behind Runtime::Counts() and the call counts of the runtime.
 //
-// Every object the runtime hands out moves one of these counters, on every
-// thread, so they are striped: each thread adds to its own cache line and a
-// reader sums the stripes. Reads are exact when no other thread is counting.
+// Every object the runtime hands out moves a counter, on every thread, and an
+// atomic read-modify-write per count would cost more than most of the
+// operations it counts. So each thread counts into a block of its own with a
+// plain load and store, and a reader sums the blocks of all threads under a
+// mutex. A thread's block is folded into a shared one when the thread ends.
+// Sums are exact when no other thread is counting.
 #ifndef MOXHOST_STATS_H_
 #define MOXHOST_STATS_H_
 
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 
 namespace moxhost {
 
-class StripedCounter {
- public:
-  constexpr StripedCounter() = default;
+enum class Counter : int {
+  kContainers,
+  kAtoms,
+  kErrors,
+  kSharedBuffers,
+  kMemoryBlocks,
+  kMemoryBytes,
+  kCacheIDs,
+  kProgress,
+  kFilters,
+  kGetMethodCalls,
+  kAllocationCalls,
+  kCount
+};
 
-  void Add(int64_t delta) {
-    stripes_[StripeOfThisThread()].value.fetch_add(delta, std::memory_order_relaxed);
+namespace stats_internal {
+
+struct Block {
+  std::atomic<int64_t> values[static_cast<int>(Counter::kCount)] = {};
+  // Written by more than one thread: the block of ended threads, also used by
+  // a thread that counts after its own block was folded at its end.
+  bool shared = false;
+  Block* next = nullptr;
+};
+
+// Constant-initialised, so each access is a plain thread-local load.
+inline thread_local Block* tBlock = nullptr;
+Block* AttachThisThread();
+
+}  // namespace stats_internal
+
+inline void Count(Counter counter, int64_t delta) {
+  stats_internal::Block* block = stats_internal::tBlock;
+  if (__builtin_expect(block == nullptr, 0)) block = stats_internal::AttachThisThread();
+  std::atomic<int64_t>& value = block->values[static_cast<int>(counter)];
+  if (__builtin_expect(block->shared, 0)) {
+    value.fetch_add(delta, std::memory_order_relaxed);
+  } else {
+    value.store(value.load(std::memory_order_relaxed) + delta, std::memory_order_relaxed);
   }
-  void Increment() { Add(1); }
-  void Decrement() { Add(-1); }
-  int64_t Sum() const;
+}
 
- private:
-  static constexpr size_t kStripes = 16;
-  struct alignas(64) Stripe {
-    std::atomic<int64_t> value{0};
-  };
-  static size_t StripeOfThisThread();
-
-  Stripe stripes_[kStripes];
-};
-
-// One counter per kind of live object, plus the call counts.
-struct Stats {
-  StripedCounter containers;
-  StripedCounter atoms;
-  StripedCounter errors;
-  StripedCounter sharedBuffers;
-  StripedCounter memoryBlocks;
-  StripedCounter memoryBytes;
-  StripedCounter cacheIDs;
-  StripedCounter progress;
-  StripedCounter filters;
-  StripedCounter getMethodCalls;
-  StripedCounter allocationCalls;
-};
-
-// Constant-initialised: usable from any static constructor.
-extern Stats gStats;
+int64_t CountSum(Counter counter);
 
 }  // namespace moxhost
 
