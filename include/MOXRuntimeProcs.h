@@ -41,8 +41,9 @@ typedef int8_t (*MOXIsMultiThreadedProc)(void);
  * GetSignature, DebugGetRefCountAddr, GetOffsetToPrimaryInstance */
 
 /* Wraps `instance` in a new container at count zero. `destroy` receives the
- * instance when the count falls to zero. The container's signature is the
- * interface named by `interfaceName`. The trailing words must be 0. */
+ * instance when the count falls to zero, or at once when the call fails: the
+ * runtime owns the instance from the call on. The container's signature is
+ * the interface named by `interfaceName`. The trailing words must be 0. */
 typedef MOXErrorRef (*MOXNewFullContainerV5Proc)(MOXContainer* out, void* instance,
                                                  MOXStringAtom instanceName,
                                                  MOXReleaseProc destroy,
@@ -87,7 +88,8 @@ typedef MOXErrorRef (*MOXGetParentMethodV2Proc)(void** out, MOXContainer contain
                                                 MOXStringAtom procTypeName);
 /* The primary instance, or null. */
 typedef void* (*MOXGetInstanceProc)(MOXContainer container);
-/* The instance registered under `instanceName`; null out if there is none. */
+/* The instance registered under `instanceName`; null out, and no error, if
+ * there is none or the container is null. */
 typedef MOXErrorRef (*MOXNGetInstanceProc)(void** out, MOXContainer container,
                                            MOXStringAtom instanceName);
 /* The signature atom, borrowed; null if the container has none. */
@@ -216,7 +218,8 @@ typedef void (*MOXCacheRemoveIDsProc)(MOXCacheSet set);
 typedef bool (*MOXProgressUpdateAdapterProc)(void* client, double fraction);
 
 typedef MOXProgress (*MOXProgressNewNullProgressProc)(void);
-/* `release(client)` runs when the last reference goes. */
+/* `release(client)` runs when the last reference goes, or at once when the
+ * call fails (null result). */
 typedef MOXProgress (*MOXProgressNewClientProgressProc)(void* client,
                                                         MOXProgressUpdateAdapterProc update,
                                                         MOXReleaseProc release);
@@ -233,7 +236,10 @@ typedef bool (*MOXProgressUpdateProc)(MOXProgress progress, double fraction);
  *
  * A filter passes what is written to it on to its target; a data sink is the
  * end of a chain. Client filters implement write, close, chain state, image
- * parameters and compression parameters through the adapters below. */
+ * parameters and compression parameters through the adapters below. The
+ * close, image and compression adapters answer non-zero on success and 0 on
+ * failure. A factory owns `client` from the call on: `release(client)` runs
+ * when the filter dies, or at once when the call fails. */
 
 typedef MOXErrorRef (*MOXFilterWriteAdapterProc)(void* client, MOXFilter target,
                                                  const void* data, uint64_t size);
