@@ -12,29 +12,21 @@ namespace {
 using moxtest::TakeMessage;
 
 struct FilterProcs {
-  MOXFilterNewNullDataSinkV2Proc NewNullDataSink =
-      MOX_PROC(MOXFilterNewNullDataSinkV2Proc, "MOXFilterInterface", "NewNullDataSink");
-  MOXFilterNewClientDataSinkV2Proc NewClientDataSink =
-      MOX_PROC(MOXFilterNewClientDataSinkV2Proc, "MOXFilterInterface", "NewClientDataSink");
-  MOXFilterNewIdentityFilterV2Proc NewIdentityFilter =
-      MOX_PROC(MOXFilterNewIdentityFilterV2Proc, "MOXFilterInterface", "NewIdentityFilter");
-  MOXFilterNewClientFilterV2Proc NewClientFilter =
-      MOX_PROC(MOXFilterNewClientFilterV2Proc, "MOXFilterInterface", "NewClientFilter");
-  MOXFilterNewFilterJPEGV2Proc NewFilterJPEG =
-      MOX_PROC(MOXFilterNewFilterJPEGV2Proc, "MOXFilterInterface", "NewFilterJPEG");
-  MOXFilterReleaseProc Release = MOX_PROC(MOXFilterReleaseProc, "MOXFilterInterface", "Release");
-  MOXFilterWriteV2Proc Write = MOX_PROC(MOXFilterWriteV2Proc, "MOXFilterInterface", "Write");
-  MOXFilterIsFilterProc IsFilter =
-      MOX_PROC(MOXFilterIsFilterProc, "MOXFilterInterface", "IsFilter");
-  MOXFilterCloseProc Close = MOX_PROC(MOXFilterCloseProc, "MOXFilterInterface", "Close");
-  MOXFilterSetDataSinkV2Proc SetDataSink =
-      MOX_PROC(MOXFilterSetDataSinkV2Proc, "MOXFilterInterface", "SetDataSink");
-  MOXFilterPeekTargetProc PeekTarget =
-      MOX_PROC(MOXFilterPeekTargetProc, "MOXFilterInterface", "PeekTarget");
-  MOXFilterGetChainStateV2Proc GetChainState =
-      MOX_PROC(MOXFilterGetChainStateV2Proc, "MOXFilterInterface", "GetChainState");
-  MOXFilterResetChainStateProc ResetChainState =
-      MOX_PROC(MOXFilterResetChainStateProc, "MOXFilterInterface", "ResetChainState");
+#define FILTER_PROC(Type, name) Type name = MOX_PROC(Type, "MOXFilterInterface", #name)
+  FILTER_PROC(MOXFilterNewNullDataSinkV2Proc, NewNullDataSink);
+  FILTER_PROC(MOXFilterNewClientDataSinkV2Proc, NewClientDataSink);
+  FILTER_PROC(MOXFilterNewIdentityFilterV2Proc, NewIdentityFilter);
+  FILTER_PROC(MOXFilterNewClientFilterV2Proc, NewClientFilter);
+  FILTER_PROC(MOXFilterNewFilterJPEGV2Proc, NewFilterJPEG);
+  FILTER_PROC(MOXFilterReleaseProc, Release);
+  FILTER_PROC(MOXFilterWriteV2Proc, Write);
+  FILTER_PROC(MOXFilterIsFilterProc, IsFilter);
+  FILTER_PROC(MOXFilterCloseProc, Close);
+  FILTER_PROC(MOXFilterSetDataSinkV2Proc, SetDataSink);
+  FILTER_PROC(MOXFilterPeekTargetProc, PeekTarget);
+  FILTER_PROC(MOXFilterGetChainStateV2Proc, GetChainState);
+  FILTER_PROC(MOXFilterResetChainStateProc, ResetChainState);
+#undef FILTER_PROC
 };
 
 // A sink that collects bytes, and an upper-casing filter in front of it.

@@ -18,56 +18,43 @@ namespace moxtest {
   reinterpret_cast<Type>(::moxhost::Runtime::LookupProc()(interfaceName, methodName, #Type))
 
 struct ContainerProcs {
-  MOXNewFullContainerV5Proc NewFullContainer =
-      MOX_PROC(MOXNewFullContainerV5Proc, "MOXContainerInterface", "NewFullContainer");
-  MOXNewContainerV2Proc NewContainer =
-      MOX_PROC(MOXNewContainerV2Proc, "MOXContainerInterface", "NewContainer");
-  MOXCloneContainerProc CloneContainer =
-      MOX_PROC(MOXCloneContainerProc, "MOXContainerInterface", "CloneContainer");
-  MOXAddRefContainerV2Proc AddRef =
-      MOX_PROC(MOXAddRefContainerV2Proc, "MOXContainerInterface", "AddRef");
-  MOXReleaseContainerProc Release =
-      MOX_PROC(MOXReleaseContainerProc, "MOXContainerInterface", "Release");
-  MOXDecrementWithoutDeleteProc DecrementWithoutDelete =
-      MOX_PROC(MOXDecrementWithoutDeleteProc, "MOXContainerInterface", "DecrementWithoutDelete");
-  MOXDeleteUnownedContainerProc DeleteUnownedContainer =
-      MOX_PROC(MOXDeleteUnownedContainerProc, "MOXContainerInterface", "DeleteUnownedContainer");
-  MOXRegisterInterfaceV2Proc RegisterInterface =
-      MOX_PROC(MOXRegisterInterfaceV2Proc, "MOXContainerInterface", "RegisterInterface");
-  MOXRegisterInstanceV2Proc RegisterInstance =
-      MOX_PROC(MOXRegisterInstanceV2Proc, "MOXContainerInterface", "RegisterInstance");
-  MOXGetMethodV3Proc GetMethod = MOX_PROC(MOXGetMethodV3Proc, "MOXContainerInterface", "GetMethod");
-  MOXNGetInstanceProc NGetInstance =
-      MOX_PROC(MOXNGetInstanceProc, "MOXContainerInterface", "NGetInstance");
-  MOXGetRefCountAddrProc DebugGetRefCountAddr =
-      MOX_PROC(MOXGetRefCountAddrProc, "MOXContainerInterface", "DebugGetRefCountAddr");
-  MOXGetOffsetToPrimaryInstProc GetOffsetToPrimaryInstance = MOX_PROC(
-      MOXGetOffsetToPrimaryInstProc, "MOXContainerInterface", "GetOffsetToPrimaryInstance");
+#define CONTAINER_PROC(Type, name) Type name = MOX_PROC(Type, "MOXContainerInterface", #name)
+  CONTAINER_PROC(MOXNewFullContainerV5Proc, NewFullContainer);
+  CONTAINER_PROC(MOXNewContainerV2Proc, NewContainer);
+  CONTAINER_PROC(MOXCloneContainerProc, CloneContainer);
+  CONTAINER_PROC(MOXAddRefContainerV2Proc, AddRef);
+  CONTAINER_PROC(MOXReleaseContainerProc, Release);
+  CONTAINER_PROC(MOXDecrementWithoutDeleteProc, DecrementWithoutDelete);
+  CONTAINER_PROC(MOXDeleteUnownedContainerProc, DeleteUnownedContainer);
+  CONTAINER_PROC(MOXRegisterInterfaceV2Proc, RegisterInterface);
+  CONTAINER_PROC(MOXRegisterInstanceV2Proc, RegisterInstance);
+  CONTAINER_PROC(MOXGetMethodV3Proc, GetMethod);
+  CONTAINER_PROC(MOXNGetInstanceProc, NGetInstance);
+  CONTAINER_PROC(MOXGetRefCountAddrProc, DebugGetRefCountAddr);
+  CONTAINER_PROC(MOXGetOffsetToPrimaryInstProc, GetOffsetToPrimaryInstance);
+#undef CONTAINER_PROC
 };
 
 struct ErrorProcs {
-  MOXNewErrorProc NewError = MOX_PROC(MOXNewErrorProc, "MOXErrorInterface", "NewError");
-  MOXGetCoreErrorProc GetCoreError =
-      MOX_PROC(MOXGetCoreErrorProc, "MOXErrorInterface", "GetCoreError");
-  MOXErrorAddRefProcV2 AddRef = MOX_PROC(MOXErrorAddRefProcV2, "MOXErrorInterface", "AddRef");
-  MOXErrorReleaseProc Release = MOX_PROC(MOXErrorReleaseProc, "MOXErrorInterface", "Release");
-  MOXErrorGetMessageProc GetErrorMessage =
-      MOX_PROC(MOXErrorGetMessageProc, "MOXErrorInterface", "GetErrorMessage");
-  MOXErrorGetComponentProc GetComponent =
-      MOX_PROC(MOXErrorGetComponentProc, "MOXErrorInterface", "GetComponent");
-  MOXErrorGetIDProc GetID = MOX_PROC(MOXErrorGetIDProc, "MOXErrorInterface", "GetID");
-  MOXGetErrorInfoProc GetErrorInfo =
-      MOX_PROC(MOXGetErrorInfoProc, "MOXErrorInterface", "GetErrorInfo");
+#define ERROR_PROC(Type, name) Type name = MOX_PROC(Type, "MOXErrorInterface", #name)
+  ERROR_PROC(MOXNewErrorProc, NewError);
+  ERROR_PROC(MOXGetCoreErrorProc, GetCoreError);
+  ERROR_PROC(MOXErrorAddRefProcV2, AddRef);
+  ERROR_PROC(MOXErrorReleaseProc, Release);
+  ERROR_PROC(MOXErrorGetMessageProc, GetErrorMessage);
+  ERROR_PROC(MOXErrorGetComponentProc, GetComponent);
+  ERROR_PROC(MOXErrorGetIDProc, GetID);
+  ERROR_PROC(MOXGetErrorInfoProc, GetErrorInfo);
+#undef ERROR_PROC
 };
 
 struct StringProcs {
-  MOXNewStringAtomProc NewStringAtom =
-      MOX_PROC(MOXNewStringAtomProc, "MOXStringInterface", "NewStringAtom");
-  MOXDeleteStringAtomProc DeleteStringAtom =
-      MOX_PROC(MOXDeleteStringAtomProc, "MOXStringInterface", "DeleteStringAtom");
-  MOXGetCStringProc GetCString = MOX_PROC(MOXGetCStringProc, "MOXStringInterface", "GetCString");
-  MOXAddRefStringAtomProc AddRef =
-      MOX_PROC(MOXAddRefStringAtomProc, "MOXStringInterface", "AddRef");
+#define STRING_PROC(Type, name) Type name = MOX_PROC(Type, "MOXStringInterface", #name)
+  STRING_PROC(MOXNewStringAtomProc, NewStringAtom);
+  STRING_PROC(MOXDeleteStringAtomProc, DeleteStringAtom);
+  STRING_PROC(MOXGetCStringProc, GetCString);
+  STRING_PROC(MOXAddRefStringAtomProc, AddRef);
+#undef STRING_PROC
 };
 
 // One atom reference, dropped at the end of the scope.

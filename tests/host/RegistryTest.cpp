@@ -2,7 +2,8 @@
 // the unregister counter.
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -27,131 +28,119 @@ void* AsVoid(int (*proc)()) {
 }
 
 // A component loads each table of the runtime in one go and fails on the
-// first missing row, so every name must match exactly.
+// first missing row, so every name must match exactly. One row per line:
+// interface, method, proc type.
+constexpr char kRuntimeMethods[] = R"(
+MOX MOXRegisterProcAddress MOXRegisterProcAddress
+MOX MOXReportError MOXReportError
+MOX MOXUnregisterInterface MOXUnregisterInterface
+MOX MOXGetUnregisterCountAddr MOXGetUnregisterCountAddr
+MOX MOXIsMultiThreaded MOXIsMultiThreaded
+MOXStringInterface NewStringAtom MOXNewStringAtomProc
+MOXStringInterface DeleteStringAtom MOXDeleteStringAtomProc
+MOXStringInterface GetCString MOXGetCStringProc
+MOXStringInterface AddRef MOXAddRefStringAtomProc
+MOXMemoryInterface Alloc MOXMemAllocProc
+MOXMemoryInterface Realloc MOXMemReallocProc
+MOXMemoryInterface Free MOXMemFreeProc
+MOXMemoryInterface GetBlockSize MOXMemGetBlockSizeProc
+MOXErrorInterface NewError MOXNewErrorProc
+MOXErrorInterface GetCoreError MOXGetCoreErrorProc
+MOXErrorInterface AddRef MOXErrorAddRefProcV2
+MOXErrorInterface Release MOXErrorReleaseProc
+MOXErrorInterface GetErrorMessage MOXErrorGetMessageProc
+MOXErrorInterface GetComponent MOXErrorGetComponentProc
+MOXErrorInterface GetID MOXErrorGetIDProc
+MOXErrorInterface GetErrorInfo MOXGetErrorInfoProc
+MOXContainerInterface NewFullContainer MOXNewFullContainerV5Proc
+MOXContainerInterface NewContainer MOXNewContainerV2Proc
+MOXContainerInterface CloneContainer MOXCloneContainerProc
+MOXContainerInterface AddRef MOXAddRefContainerV2Proc
+MOXContainerInterface Release MOXReleaseContainerProc
+MOXContainerInterface DecrementWithoutDelete MOXDecrementWithoutDeleteProc
+MOXContainerInterface DeleteUnownedContainer MOXDeleteUnownedContainerProc
+MOXContainerInterface RegisterInterface MOXRegisterInterfaceV2Proc
+MOXContainerInterface RegisterInstance MOXRegisterInstanceV2Proc
+MOXContainerInterface GetMethod MOXGetMethodV3Proc
+MOXContainerInterface GetParentMethod MOXGetParentMethodV2Proc
+MOXContainerInterface GetInstance MOXGetInstanceProc
+MOXContainerInterface NGetInstance MOXNGetInstanceProc
+MOXContainerInterface GetSignature MOXGetSignatureProc
+MOXContainerInterface DebugGetRefCountAddr MOXGetRefCountAddrProc
+MOXContainerInterface GetOffsetToPrimaryInstance MOXGetOffsetToPrimaryInstProc
+MOXSharedBuffInterface NewBuffer MOXSharedBuffNewBufferV3Proc
+MOXSharedBuffInterface DeleteUnowned MOXSharedBuffDelUnownedProc
+MOXSharedBuffInterface AddRef MOXSharedBuffAddRefProc
+MOXSharedBuffInterface Release MOXSharedBuffReleaseProc
+MOXSharedBuffInterface GetBuffer MOXSharedBuffGetBufferProc
+MOXSharedBuffInterface GetSize MOXSharedBuffGetSizeProc
+MOXCacheInterface NewCacheID MOXCacheNewCacheIDProc
+MOXCacheInterface AddRef MOXCacheAddRefProc
+MOXCacheInterface Release MOXCacheReleaseProc
+MOXCacheInterface Attach MOXCacheAttachProcV2
+MOXCacheInterface Add MOXCacheAddProc
+MOXCacheInterface UpdateCost MOXCacheUpdateCostProc
+MOXCacheInterface ReturnCost MOXCacheReturnCostProc
+MOXCacheInterface MarkNoPurge MOXCacheMarkNoPurgeProcV2
+MOXCacheInterface MarkPurge MOXCacheMarkPurgeProc
+MOXCacheInterface GetCacheTime MOXCacheGetCacheTimeProc
+MOXCacheInterface CurrentCacheSize MOXCurrentCacheSizeProc
+MOXCacheInterface NewCachePurge MOXCacheNewCachePurgeProc
+MOXCacheInterface PurgeNextBlock MOXCachePurgeNextBlockProc
+MOXCacheInterface DeleteCachePurge MOXCacheDeleteCachePurgeProc
+MOXCacheInterface PurgeAll MOXCachePurgeAllProc
+MOXCacheInterface PurgeAllStaticCaches MOXCachePurgeAllStaticCachesProc
+MOXCacheInterface AddClientPurge MOXCacheAddRemoveClientPurgeProcV2
+MOXCacheInterface RemoveClientPurge MOXCacheAddRemoveClientPurgeProcV2
+MOXCacheInterface NewCacheSet MOXCacheNewCacheSetProc
+MOXCacheInterface AddRefCacheSet MOXCacheAddRefCacheSetProc
+MOXCacheInterface DeleteCacheSet MOXCacheDeleteCacheSetProc
+MOXCacheInterface SearchForID MOXCacheSearchForIDProc
+MOXCacheInterface RemoveID MOXCacheRemoveIDProc
+MOXCacheInterface RemoveIDs MOXCacheRemoveIDsProc
+MOXProgressInterface NewNullProgress MOXProgressNewNullProgressProc
+MOXProgressInterface NewClientProgress MOXProgressNewClientProgressProc
+MOXProgressInterface AddRef MOXProgressAddRefProc
+MOXProgressInterface Release MOXProgressReleaseProc
+MOXProgressInterface Update MOXProgressUpdateProc
+MOXFilterInterface NewNullDataSink MOXFilterNewNullDataSinkV2Proc
+MOXFilterInterface NewClientDataSink MOXFilterNewClientDataSinkV2Proc
+MOXFilterInterface NewIdentityFilter MOXFilterNewIdentityFilterV2Proc
+MOXFilterInterface NewClientFilter MOXFilterNewClientFilterV2Proc
+MOXFilterInterface NewFilterJPEG MOXFilterNewFilterJPEGV2Proc
+MOXFilterInterface AddRef MOXFilterAddRefV2Proc
+MOXFilterInterface Release MOXFilterReleaseProc
+MOXFilterInterface Write MOXFilterWriteV2Proc
+MOXFilterInterface IsFilter MOXFilterIsFilterProc
+MOXFilterInterface Close MOXFilterCloseProc
+MOXFilterInterface GetPostScriptFilter MOXFilterGetPostScriptFilterProc
+MOXFilterInterface SetDataSink MOXFilterSetDataSinkV2Proc
+MOXFilterInterface PeekTarget MOXFilterPeekTargetProc
+MOXFilterInterface SetImageParameters MOXFilterJPEGSetImageParametersProc
+MOXFilterInterface SetCompressionParameters MOXFilterJPEGSetCompressionParametersProc
+MOXFilterInterface GetChainState MOXFilterGetChainStateV2Proc
+MOXFilterInterface ResetChainState MOXFilterResetChainStateProc
+MOXStreamFactoryInterface NewPositionableMemoryStream MOXNewPositionableMemoryStreamProc
+MOXStreamFactoryInterface NewPositionableBufferStream MOXNewPositionableBufferStreamProc
+MOXStreamFactoryInterface NewPositionableFileStream MOXNewPositionableFileStreamProc
+MOXStreamFactoryInterface NewClientSimpleStream MOXNewClientSimpleStreamProc
+MOXStreamFactoryInterface NewClientRewindableStream MOXNewClientRewindableStreamProc
+MOXStreamFactoryInterface NewClientPositionableStream MOXNewClientPositionableStreamProc
+)";
+
 TEST(RegistryTest, EveryRuntimeMethodIsFoundUnderItsProcType) {
-  struct Row {
-    const char* interfaceName;
-    std::vector<std::pair<const char*, const char*>> methods;
-  };
-  const std::vector<Row> tables = {
-      {"MOX",
-       {{"MOXRegisterProcAddress", "MOXRegisterProcAddress"},
-        {"MOXReportError", "MOXReportError"},
-        {"MOXUnregisterInterface", "MOXUnregisterInterface"},
-        {"MOXGetUnregisterCountAddr", "MOXGetUnregisterCountAddr"},
-        {"MOXIsMultiThreaded", "MOXIsMultiThreaded"}}},
-      {"MOXStringInterface",
-       {{"NewStringAtom", "MOXNewStringAtomProc"},
-        {"DeleteStringAtom", "MOXDeleteStringAtomProc"},
-        {"GetCString", "MOXGetCStringProc"},
-        {"AddRef", "MOXAddRefStringAtomProc"}}},
-      {"MOXMemoryInterface",
-       {{"Alloc", "MOXMemAllocProc"},
-        {"Realloc", "MOXMemReallocProc"},
-        {"Free", "MOXMemFreeProc"},
-        {"GetBlockSize", "MOXMemGetBlockSizeProc"}}},
-      {"MOXErrorInterface",
-       {{"NewError", "MOXNewErrorProc"},
-        {"GetCoreError", "MOXGetCoreErrorProc"},
-        {"AddRef", "MOXErrorAddRefProcV2"},
-        {"Release", "MOXErrorReleaseProc"},
-        {"GetErrorMessage", "MOXErrorGetMessageProc"},
-        {"GetComponent", "MOXErrorGetComponentProc"},
-        {"GetID", "MOXErrorGetIDProc"},
-        {"GetErrorInfo", "MOXGetErrorInfoProc"}}},
-      {"MOXContainerInterface",
-       {{"NewFullContainer", "MOXNewFullContainerV5Proc"},
-        {"NewContainer", "MOXNewContainerV2Proc"},
-        {"CloneContainer", "MOXCloneContainerProc"},
-        {"AddRef", "MOXAddRefContainerV2Proc"},
-        {"Release", "MOXReleaseContainerProc"},
-        {"DecrementWithoutDelete", "MOXDecrementWithoutDeleteProc"},
-        {"DeleteUnownedContainer", "MOXDeleteUnownedContainerProc"},
-        {"RegisterInterface", "MOXRegisterInterfaceV2Proc"},
-        {"RegisterInstance", "MOXRegisterInstanceV2Proc"},
-        {"GetMethod", "MOXGetMethodV3Proc"},
-        {"GetParentMethod", "MOXGetParentMethodV2Proc"},
-        {"GetInstance", "MOXGetInstanceProc"},
-        {"NGetInstance", "MOXNGetInstanceProc"},
-        {"GetSignature", "MOXGetSignatureProc"},
-        {"DebugGetRefCountAddr", "MOXGetRefCountAddrProc"},
-        {"GetOffsetToPrimaryInstance", "MOXGetOffsetToPrimaryInstProc"}}},
-      {"MOXSharedBuffInterface",
-       {{"NewBuffer", "MOXSharedBuffNewBufferV3Proc"},
-        {"DeleteUnowned", "MOXSharedBuffDelUnownedProc"},
-        {"AddRef", "MOXSharedBuffAddRefProc"},
-        {"Release", "MOXSharedBuffReleaseProc"},
-        {"GetBuffer", "MOXSharedBuffGetBufferProc"},
-        {"GetSize", "MOXSharedBuffGetSizeProc"}}},
-      {"MOXCacheInterface",
-       {{"NewCacheID", "MOXCacheNewCacheIDProc"},
-        {"AddRef", "MOXCacheAddRefProc"},
-        {"Release", "MOXCacheReleaseProc"},
-        {"Attach", "MOXCacheAttachProcV2"},
-        {"Add", "MOXCacheAddProc"},
-        {"UpdateCost", "MOXCacheUpdateCostProc"},
-        {"ReturnCost", "MOXCacheReturnCostProc"},
-        {"MarkNoPurge", "MOXCacheMarkNoPurgeProcV2"},
-        {"MarkPurge", "MOXCacheMarkPurgeProc"},
-        {"GetCacheTime", "MOXCacheGetCacheTimeProc"},
-        {"CurrentCacheSize", "MOXCurrentCacheSizeProc"},
-        {"NewCachePurge", "MOXCacheNewCachePurgeProc"},
-        {"PurgeNextBlock", "MOXCachePurgeNextBlockProc"},
-        {"DeleteCachePurge", "MOXCacheDeleteCachePurgeProc"},
-        {"PurgeAll", "MOXCachePurgeAllProc"},
-        {"PurgeAllStaticCaches", "MOXCachePurgeAllStaticCachesProc"},
-        {"AddClientPurge", "MOXCacheAddRemoveClientPurgeProcV2"},
-        {"RemoveClientPurge", "MOXCacheAddRemoveClientPurgeProcV2"},
-        {"NewCacheSet", "MOXCacheNewCacheSetProc"},
-        {"AddRefCacheSet", "MOXCacheAddRefCacheSetProc"},
-        {"DeleteCacheSet", "MOXCacheDeleteCacheSetProc"},
-        {"SearchForID", "MOXCacheSearchForIDProc"},
-        {"RemoveID", "MOXCacheRemoveIDProc"},
-        {"RemoveIDs", "MOXCacheRemoveIDsProc"}}},
-      {"MOXProgressInterface",
-       {{"NewNullProgress", "MOXProgressNewNullProgressProc"},
-        {"NewClientProgress", "MOXProgressNewClientProgressProc"},
-        {"AddRef", "MOXProgressAddRefProc"},
-        {"Release", "MOXProgressReleaseProc"},
-        {"Update", "MOXProgressUpdateProc"}}},
-      {"MOXFilterInterface",
-       {{"NewNullDataSink", "MOXFilterNewNullDataSinkV2Proc"},
-        {"NewClientDataSink", "MOXFilterNewClientDataSinkV2Proc"},
-        {"NewIdentityFilter", "MOXFilterNewIdentityFilterV2Proc"},
-        {"NewClientFilter", "MOXFilterNewClientFilterV2Proc"},
-        {"NewFilterJPEG", "MOXFilterNewFilterJPEGV2Proc"},
-        {"AddRef", "MOXFilterAddRefV2Proc"},
-        {"Release", "MOXFilterReleaseProc"},
-        {"Write", "MOXFilterWriteV2Proc"},
-        {"IsFilter", "MOXFilterIsFilterProc"},
-        {"Close", "MOXFilterCloseProc"},
-        {"GetPostScriptFilter", "MOXFilterGetPostScriptFilterProc"},
-        {"SetDataSink", "MOXFilterSetDataSinkV2Proc"},
-        {"PeekTarget", "MOXFilterPeekTargetProc"},
-        {"SetImageParameters", "MOXFilterJPEGSetImageParametersProc"},
-        {"SetCompressionParameters", "MOXFilterJPEGSetCompressionParametersProc"},
-        {"GetChainState", "MOXFilterGetChainStateV2Proc"},
-        {"ResetChainState", "MOXFilterResetChainStateProc"}}},
-      {"MOXStreamFactoryInterface",
-       {{"NewPositionableMemoryStream", "MOXNewPositionableMemoryStreamProc"},
-        {"NewPositionableBufferStream", "MOXNewPositionableBufferStreamProc"},
-        {"NewPositionableFileStream", "MOXNewPositionableFileStreamProc"},
-        {"NewClientSimpleStream", "MOXNewClientSimpleStreamProc"},
-        {"NewClientRewindableStream", "MOXNewClientRewindableStreamProc"},
-        {"NewClientPositionableStream", "MOXNewClientPositionableStreamProc"}}},
-  };
-  for (const Row& table : tables) {
-    std::vector<void*> seen;
-    for (const auto& method : table.methods) {
-      void* proc = Lookup(table.interfaceName, method.first, method.second);
-      EXPECT_NE(proc, nullptr) << table.interfaceName << "." << method.first;
-      seen.push_back(proc);
-    }
-    // Distinct methods are distinct procedures: a row bound to the wrong
-    // function shows up as a duplicate.
-    std::sort(seen.begin(), seen.end());
-    EXPECT_EQ(std::adjacent_find(seen.begin(), seen.end()), seen.end()) << table.interfaceName;
+  std::istringstream rows(kRuntimeMethods);
+  std::string interfaceName, method, procType;
+  std::set<void*> procs;
+  int count = 0;
+  while (rows >> interfaceName >> method >> procType) {
+    void* proc = Lookup(interfaceName.c_str(), method.c_str(), procType.c_str());
+    EXPECT_NE(proc, nullptr) << interfaceName << "." << method;
+    // A row bound to another method's function shows up as a duplicate.
+    EXPECT_TRUE(procs.insert(proc).second) << interfaceName << "." << method;
+    ++count;
   }
+  EXPECT_EQ(count, 95);
 }
 
 TEST(RegistryTest, WrongProcTypeOrNameGivesNull) {
