@@ -1,0 +1,524 @@
+// The wrappers of the runtime's shared buffer, cache, progress and filter
+// interfaces: what each does with a missing table, and who owns what.
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "binding/errors.h"
+#include "binding/host_tables.h"
+#include "binding/host_wrappers.h"
+#include "library_fixture.h"
+#include "moxhost/Runtime.h"
+
+namespace {
+
+moxhost::Runtime& RT() {
+  return moxhost::Runtime::Get();
+}
+
+std::string MessageOf(const CMOXError& e) {
+  return MOXString::GetCString(MOXErrorProcs::GetErrorMessage(e.fError));
+}
+std::string ComponentOf(const CMOXError& e) {
+  return MOXString::GetCString(MOXErrorProcs::GetComponent(e.fError));
+}
+std::string MessageOf(MOXErrorRef error) {
+  return MOXString::GetCString(MOXErrorProcs::GetErrorMessage(error));
+}
+
+// Makes failed interface lookups quiet, as they are while the library binds,
+// so that a wrapper sees a table that can't be loaded rather than a throw.
+class QuietLookups {
+ public:
+  QuietLookups() { gBindingComplete = false; }
+  ~QuietLookups() { gBindingComplete = true; }
+};
+
+// Makes every later load of `interfaceName` fail until the faults are cleared.
+void HideInterface(const char* interfaceName) {
+  RT().HideInterface(interfaceName);
+  RT().RaiseUnregisterCounter();
+}
+
+class HostWrappers : public StartedLibrary {};
+
+// ---- Shared buffers ----------------------------------------------------------------
+
+std::vector<void*> gReleasedBlocks;
+void RecordAndFree(void* block) {
+  gReleasedBlocks.push_back(block);
+  std::free(block);
+}
+
+TEST_F(HostWrappers, SharedBufferCopiesOrTakesOverItsBytes) {
+  gReleasedBlocks.clear();
+  const int64_t buffers = RT().Counts().sharedBuffers;
+  MOXSharedBuff copied = MOXNewSharedBuffer(5, const_cast<char*>("hello"), nullptr, 0, 0);
+  EXPECT_EQ(MOXSharedBuffProcs::GetSize(copied), 5u);
+  EXPECT_EQ(std::memcmp(MOXSharedBuffProcs::GetBuffer(copied), "hello", 5), 0);
+
+  void* block = std::malloc(3);
+  MOXSharedBuff owner = MOXNewSharedBuffer(3, block, &RecordAndFree, 0, 0);
+  EXPECT_EQ(MOXSharedBuffProcs::GetBuffer(owner), block) << "a handed-over block is not copied";
+  EXPECT_EQ(RT().Counts().sharedBuffers, buffers + 2);
+
+  MOXSharedBuffProcs::AddRef(owner);
+  MOXSharedBuffProcs::Release(owner);
+  EXPECT_TRUE(gReleasedBlocks.empty());
+  MOXSharedBuffProcs::Release(owner);
+  MOXSharedBuffProcs::Release(copied);
+  ASSERT_EQ(gReleasedBlocks.size(), 1u);
+  EXPECT_EQ(gReleasedBlocks[0], block);
+  EXPECT_EQ(RT().Counts().sharedBuffers, buffers);
+}
+
+TEST_F(HostWrappers, RefusedBufferReleasesAHandedOverBlockOnce) {
+  gReleasedBlocks.clear();
+  // The runtime refuses non-zero trailing words with a null buffer.
+  void* block = std::malloc(4);
+  EXPECT_THROW(MOXNewSharedBuffer(4, block, &RecordAndFree, 1, 0), std::bad_alloc);
+  ASSERT_EQ(gReleasedBlocks.size(), 1u);
+  EXPECT_EQ(gReleasedBlocks[0], block);
+
+  // Bytes to copy were never handed over: nothing to release.
+  char bytes[4] = {1, 2, 3, 4};
+  EXPECT_THROW(MOXNewSharedBuffer(4, bytes, nullptr, 1, 0), std::bad_alloc);
+  EXPECT_EQ(gReleasedBlocks.size(), 1u);
+  RT().ClearReports();
+}
+
+MOXSharedBuff ThrowingNewBuffer(uint64_t, void*, MOXReleaseProc, uintptr_t, uintptr_t) {
+  throw std::runtime_error("runtime exploded");
+}
+
+TEST_F(HostWrappers, ThrowingNewBufferReleasesTheBlockOnce) {
+  gReleasedBlocks.clear();
+  MOXRequireSharedBuffTable();
+  gMOXSharedBuffTable.SetSlot(0, reinterpret_cast<void*>(&ThrowingNewBuffer));
+  EXPECT_THROW(MOXNewSharedBuffer(8, std::malloc(8), &RecordAndFree, 0, 0), std::runtime_error);
+  gMOXSharedBuffTable.Clear();
+  EXPECT_EQ(gReleasedBlocks.size(), 1u);
+}
+
+TEST_F(HostWrappers, MissingSharedBufferInterfaceReleasesTheBlockOnce) {
+  gReleasedBlocks.clear();
+  HideInterface("MOXSharedBuffInterface");
+  EXPECT_THROW(MOXNewSharedBuffer(8, std::malloc(8), &RecordAndFree, 0, 0), CMOXError);
+  EXPECT_EQ(gReleasedBlocks.size(), 1u);
+  {
+    QuietLookups quiet;
+    try {
+      MOXNewSharedBuffer(8, std::malloc(8), &RecordAndFree, 0, 0);
+      ADD_FAILURE() << "made a buffer without the interface";
+    } catch (const CMOXError& e) {
+      EXPECT_EQ(MessageOf(e), "Missing Interface");
+      EXPECT_EQ(ComponentOf(e), "MOX");
+    }
+    EXPECT_EQ(gReleasedBlocks.size(), 2u);
+  }
+  RT().ClearFaults();
+  MOXSharedBuff buffer = MOXNewSharedBuffer(1, nullptr, nullptr, 0, 0);
+  EXPECT_NE(buffer, nullptr) << "the table loads again once the interface is back";
+  MOXSharedBuffProcs::Release(buffer);
+}
+
+// ---- Caches --------------------------------------------------------------------------
+
+// The no-purge level of `id`, read by raising and lowering it once.
+uintptr_t NoPurgeLevel(MOXCacheID id) {
+  uintptr_t level = 0;
+  MOXCacheProcs::MarkNoPurge(id, &level, 1);
+  uintptr_t ignored = 0;
+  MOXCacheProcs::MarkNoPurge(id, &ignored, 0);
+  return level;
+}
+
+TEST_F(HostWrappers, CacheIdentifiersAndEntriesHoldTheirOwnReferences) {
+  const int64_t ids = RT().Counts().cacheIDs;
+  {
+    auto id = std::make_unique<CMOXCacheID>();
+    ASSERT_NE(id->fID, nullptr);
+    EXPECT_EQ(RT().Counts().cacheIDs, ids + 1);
+    CMOXCacheID copy(*id);
+    EXPECT_EQ(copy.fID, id->fID);
+
+    CMOXCacheEntry plain(id->fID, 7);
+    EXPECT_EQ(plain.fData, 7u);
+    EXPECT_EQ(NoPurgeLevel(id->fID), 0u) << "the plain entry doesn't mark";
+    {
+      CMOXPinnedCacheEntry pinned(id->fID, 42);
+      EXPECT_EQ(NoPurgeLevel(id->fID), 1u);
+      CMOXPinnedCacheEntry pinnedCopy(pinned);
+      EXPECT_EQ(pinnedCopy.fData, 42u);
+      EXPECT_EQ(NoPurgeLevel(id->fID), 2u);
+    }
+    EXPECT_EQ(NoPurgeLevel(id->fID), 0u) << "pinned entries unmark when they go";
+
+    MOXCacheID raw = id->fID;
+    id.reset();
+    EXPECT_EQ(RT().Counts().cacheIDs, ids + 1) << "the entry and the copy keep it alive";
+    EXPECT_EQ(plain.fID, raw);
+  }
+  EXPECT_EQ(RT().Counts().cacheIDs, ids);
+}
+
+MOXCacheID NoCacheID() {
+  return nullptr;
+}
+
+TEST_F(HostWrappers, RuntimeWithoutIdentifiersFailsCacheIDConstruction) {
+  MOXRequireCacheTable();
+  gMOXCacheTable.SetSlot(0, reinterpret_cast<void*>(&NoCacheID));
+  try {
+    CMOXCacheID id;
+    ADD_FAILURE() << "made an identifier from nothing";
+  } catch (const CMOXError& e) {
+    EXPECT_EQ(MessageOf(e), "couldn't create cacheID");
+    EXPECT_EQ(ComponentOf(e), "");
+  }
+  gMOXCacheTable.Clear();
+}
+
+TEST_F(HostWrappers, OneMissingMethodFailsTheWholeCacheTable) {
+  const int64_t ids = RT().Counts().cacheIDs;
+  CMOXCacheID id;
+  // MarkPurge is never called by the library, yet without it nothing loads.
+  RT().HideMethod("MOXCacheInterface", "MarkPurge");
+  RT().RaiseUnregisterCounter();
+  EXPECT_THROW(CMOXCacheID(), CMOXError);
+  EXPECT_THROW(CMOXCacheEntry(id.fID, 1), CMOXError) << "even when only AddRef is needed";
+  {
+    QuietLookups quiet;
+    try {
+      CMOXCacheID another;
+      ADD_FAILURE() << "made an identifier without the table";
+    } catch (const CMOXError& e) {
+      EXPECT_EQ(MessageOf(e), "Missing Interface");
+    }
+    CMOXPinnedCacheEntry entry(id.fID, 1);
+    EXPECT_EQ(entry.fID, nullptr) << "no reference taken, so none to give back";
+  }
+  EXPECT_EQ(RT().Counts().cacheIDs, ids + 1);
+  RT().ClearFaults();
+  CMOXCacheID again;
+  EXPECT_EQ(RT().Counts().cacheIDs, ids + 2);
+}
+
+// ---- Progress ---------------------------------------------------------------------------
+
+class RecordingProgress : public MOX_T_MT::MOXClientProgress {
+ public:
+  explicit RecordingProgress(int* destroyed) : destroyed_(destroyed) {}
+  ~RecordingProgress() override { ++*destroyed_; }
+  uint32_t Update(double fraction) override {
+    lastFraction = fraction;
+    if (throwNext) throw MOX_T_MT::POSException("progress broke");
+    return result;
+  }
+
+  double lastFraction = -1;
+  uint32_t result = 1;
+  bool throwNext = false;
+
+ private:
+  int* destroyed_;
+};
+
+TEST_F(HostWrappers, ClientProgressAnswersThroughTheRuntime) {
+  int destroyed = 0;
+  const int64_t live = RT().Counts().progress;
+  {
+    auto* client = new RecordingProgress(&destroyed);
+    CMOXProgress progress(MOXNewClientProgress(client), true);
+    EXPECT_EQ(RT().Counts().progress, live + 1);
+    EXPECT_TRUE(progress.Update(0.25));
+    EXPECT_EQ(client->lastFraction, 0.25);
+
+    client->result = 0x100;
+    EXPECT_FALSE(progress.Update(0.5)) << "only the low eight bits count";
+    client->result = 0x102;
+    EXPECT_TRUE(progress.Update(0.5));
+    client->throwNext = true;
+    EXPECT_FALSE(progress.Update(0.75)) << "an exception asks the caller to stop";
+    EXPECT_EQ(client->lastFraction, 0.75);
+
+    CMOXProgress shared(progress.fProgress, false);
+    CMOXProgress copy(shared);
+    EXPECT_EQ(copy.fProgress, progress.fProgress);
+  }
+  EXPECT_EQ(destroyed, 1);
+  EXPECT_EQ(RT().Counts().progress, live);
+}
+
+TEST_F(HostWrappers, CMOXProgressNeedsAnObjectAndTheTable) {
+  try {
+    CMOXProgress progress(nullptr, false);
+    ADD_FAILURE() << "held a null progress";
+  } catch (const CMOXError& e) {
+    EXPECT_EQ(MessageOf(e), "couldn't construct CMOXProgress");
+    EXPECT_EQ(ComponentOf(e), "");
+  }
+
+  ASSERT_NE(gMOXProgressTable.Get(), nullptr);
+  MOXProgress null = gMOXProgressTable.Slot<MOXProgressNewNullProgressProc>(0)();
+  HideInterface("MOXProgressInterface");
+  int destroyed = 0;
+  auto* client = new RecordingProgress(&destroyed);
+  {
+    QuietLookups quiet;
+    EXPECT_EQ(MOXNewClientProgress(client), nullptr);
+    try {
+      CMOXProgress progress(null, false);
+      ADD_FAILURE() << "held a progress without the table";
+    } catch (const CMOXError& e) {
+      EXPECT_EQ(MessageOf(e), "couldn't construct CMOXProgress");
+    }
+  }
+  EXPECT_EQ(destroyed, 0) << "without the table the client stays the caller's";
+  delete client;
+  RT().ClearFaults();
+  CMOXProgress adopted(null, true);
+  EXPECT_TRUE(adopted.Update(1.0));
+}
+
+// ---- Filters -----------------------------------------------------------------------------
+
+MOXErrorRef FilterWrite(MOXFilter filter, const void* data, uint64_t size) {
+  return gMOXFilterTable.Slot<MOXFilterWriteV2Proc>(7)(filter, data, size);
+}
+MOXErrorRef FilterClose(MOXFilter filter) {
+  return gMOXFilterTable.Slot<MOXFilterCloseProc>(9)(filter);
+}
+void FilterRelease(MOXFilter filter) {
+  gMOXFilterTable.Slot<MOXFilterReleaseProc>(6)(filter);
+}
+
+// Collects what reaches it; an upper-casing stage passes bytes on to its
+// target. Both count their deaths.
+class RecordingFilter : public MOX_T_MT::MOXClientFilter {
+ public:
+  explicit RecordingFilter(int* destroyed) : destroyed_(destroyed) {}
+  ~RecordingFilter() override { ++*destroyed_; }
+
+  void Write(MOXFilter target, const void* data, uint64_t size) override {
+    if (failWrites) throw MOX_T_MT::POSException("sink full");
+    std::string text(static_cast<const char*>(data), size);
+    if (target == nullptr) {
+      received += text;
+      return;
+    }
+    for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    MOXCheck(FilterWrite(target, text.data(), text.size()));
+  }
+  int32_t Close(MOXFilter) override {
+    if (throwOnClose) throw std::runtime_error("close broke");
+    return closeResult;
+  }
+  uint32_t GetChainState() override { return 17; }
+  int32_t SetImageParameters(uint32_t width, int16_t components) override {
+    imageWidth = width;
+    imageComponents = components;
+    return 3;
+  }
+  int32_t SetCompressionParameters(int32_t quality) override {
+    if (throwOnClose) throw std::runtime_error("parameters broke");
+    return quality + 1;
+  }
+
+  std::string received;
+  bool failWrites = false;
+  bool throwOnClose = false;
+  int32_t closeResult = 1;
+  uint32_t imageWidth = 0;
+  int16_t imageComponents = 0;
+
+ private:
+  int* destroyed_;
+};
+
+TEST_F(HostWrappers, ClientSinkAndFilterCarryWritesThroughTheRuntime) {
+  int destroyed = 0;
+  const int64_t live = RT().Counts().filters;
+  auto* sinkClient = new RecordingFilter(&destroyed);
+  auto* stageClient = new RecordingFilter(&destroyed);
+  MOXFilter sink = MOXNewClientDataSink(sinkClient);
+  ASSERT_NE(sink, nullptr);
+  MOXFilter stage = MOXNewClientFilter(sink, stageClient);
+  ASSERT_NE(stage, nullptr);
+  EXPECT_EQ(RT().Counts().filters, live + 2);
+
+  EXPECT_EQ(FilterWrite(stage, "abc", 3), nullptr);
+  EXPECT_EQ(sinkClient->received, "ABC");
+  EXPECT_EQ(gMOXFilterTable.Slot<MOXFilterGetChainStateV2Proc>(15)(stage), 17u);
+
+  sinkClient->failWrites = true;
+  MOXErrorRef error = FilterWrite(stage, "d", 1);
+  ASSERT_NE(error, nullptr) << "the sink's failure travels back up the chain";
+  EXPECT_EQ(MessageOf(error), "sink full");
+  MOXErrorProcs::Release(error);
+
+  stageClient->throwOnClose = true;
+  error = FilterClose(stage);
+  EXPECT_NE(error, nullptr) << "a throwing close counts as a failed one";
+  MOXErrorProcs::Release(error);
+
+  FilterRelease(stage);
+  EXPECT_EQ(destroyed, 1);
+  FilterRelease(sink);
+  EXPECT_EQ(destroyed, 2);
+  EXPECT_EQ(RT().Counts().filters, live);
+}
+
+TEST_F(HostWrappers, FilterFactoryErrorLeavesTheClientToTheRuntime) {
+  int destroyed = 0;
+  MOXFilter sink = MOXNewClientDataSink(new RecordingFilter(&destroyed));
+  // This runtime has no JPEG filter: it refuses, and it releases the client.
+  EXPECT_THROW(MOXNewFilterJPEG(sink, new RecordingFilter(&destroyed)), CMOXError);
+  EXPECT_EQ(destroyed, 1) << "released by the runtime alone";
+  EXPECT_THROW(MOXNewClientFilter(nullptr, new RecordingFilter(&destroyed)), CMOXError)
+      << "a filter needs a target";
+  EXPECT_EQ(destroyed, 2);
+  FilterRelease(sink);
+  EXPECT_EQ(destroyed, 3);
+}
+
+TEST_F(HostWrappers, MissingFilterTableOwnershipIsAsymmetric) {
+  int destroyed = 0;
+  HideInterface("MOXFilterInterface");
+  auto* sinkClient = new RecordingFilter(&destroyed);
+  {
+    QuietLookups quiet;
+    EXPECT_EQ(MOXNewClientDataSink(sinkClient), nullptr);
+    EXPECT_EQ(destroyed, 0) << "the data sink wrapper leaves its client alone";
+    EXPECT_EQ(MOXNewClientFilter(nullptr, new RecordingFilter(&destroyed)), nullptr);
+    EXPECT_EQ(destroyed, 1);
+    EXPECT_EQ(MOXNewFilterJPEG(nullptr, new RecordingFilter(&destroyed)), nullptr);
+    EXPECT_EQ(destroyed, 2);
+  }
+  // Once bound, the failed load throws; the filter wrappers still delete.
+  EXPECT_THROW(MOXNewClientDataSink(sinkClient), CMOXError);
+  EXPECT_EQ(destroyed, 2);
+  EXPECT_THROW(MOXNewClientFilter(nullptr, new RecordingFilter(&destroyed)), CMOXError);
+  EXPECT_EQ(destroyed, 3);
+  delete sinkClient;
+}
+
+// A stand-in JPEG factory that keeps the adapters it is given.
+struct CapturedJPEG {
+  void* client;
+  MOXFilterWriteAdapterProc write;
+  MOXFilterCloseAdapterProc close;
+  MOXFilterChainStateAdapterProc chainState;
+  MOXFilterImageParamsAdapterProc imageParams;
+  MOXFilterCompressionParamsAdapterProc compressionParams;
+  MOXReleaseProc release;
+} gCaptured;
+MOXErrorRef CapturingJPEG(MOXFilter* out, MOXFilter, void* client, MOXFilterWriteAdapterProc write,
+                          MOXFilterCloseAdapterProc close,
+                          MOXFilterChainStateAdapterProc chainState,
+                          MOXFilterImageParamsAdapterProc imageParams,
+                          MOXFilterCompressionParamsAdapterProc compressionParams,
+                          MOXReleaseProc release) {
+  gCaptured = {client, write, close, chainState, imageParams, compressionParams, release};
+  *out = reinterpret_cast<MOXFilter>(&gCaptured);
+  return nullptr;
+}
+
+TEST_F(HostWrappers, FilterAdaptersPassArgumentsAndSwallowFailures) {
+  ASSERT_NE(gMOXFilterTable.Get(), nullptr);
+  gMOXFilterTable.SetSlot(4, reinterpret_cast<void*>(&CapturingJPEG));
+  int destroyed = 0;
+  auto* client = new RecordingFilter(&destroyed);
+  EXPECT_EQ(MOXNewFilterJPEG(nullptr, client), reinterpret_cast<MOXFilter>(&gCaptured));
+  gMOXFilterTable.Clear();
+  ASSERT_EQ(gCaptured.client, client);
+
+  EXPECT_EQ(gCaptured.imageParams(gCaptured.client, 640, -3), 3);
+  EXPECT_EQ(client->imageWidth, 640u);
+  EXPECT_EQ(client->imageComponents, -3) << "the signed 16-bit value arrives intact";
+  EXPECT_EQ(gCaptured.compressionParams(gCaptured.client, 74), 75);
+  EXPECT_EQ(gCaptured.chainState(gCaptured.client), 17u);
+  EXPECT_EQ(gCaptured.close(gCaptured.client, nullptr), 1);
+  client->throwOnClose = true;
+  EXPECT_EQ(gCaptured.close(gCaptured.client, nullptr), 0);
+  EXPECT_EQ(gCaptured.compressionParams(gCaptured.client, 74), 0);
+
+  EXPECT_EQ(gCaptured.write(gCaptured.client, nullptr, "xy", 2), nullptr);
+  EXPECT_EQ(client->received, "xy");
+  client->failWrites = true;
+  MOXErrorRef error = gCaptured.write(gCaptured.client, nullptr, "z", 1);
+  ASSERT_NE(error, nullptr);
+  EXPECT_EQ(MessageOf(error), "sink full");
+  MOXErrorProcs::Release(error);
+
+  gCaptured.release(nullptr);
+  EXPECT_EQ(destroyed, 0);
+  gCaptured.release(gCaptured.client);
+  EXPECT_EQ(destroyed, 1);
+}
+
+TEST_F(HostWrappers, ProcessFilterHandlesReleaseWhatTheyHold) {
+  const int64_t live = RT().Counts().filters;
+  ASSERT_NE(gMOXFilterTable.Get(), nullptr);
+  for (CMOXFilterRef& handle : gMOXProcessFilters) {
+    EXPECT_EQ(handle.fFilter, nullptr) << "empty from the start";
+    ASSERT_EQ(gMOXFilterTable.Slot<MOXFilterNewNullDataSinkV2Proc>(0)(&handle.fFilter), nullptr);
+  }
+  EXPECT_EQ(RT().Counts().filters, live + 2);
+  for (CMOXFilterRef& handle : gMOXProcessFilters) handle.Reset();
+  EXPECT_EQ(RT().Counts().filters, live);
+  EXPECT_EQ(gMOXProcessFilters[0].fFilter, nullptr);
+}
+
+// ---- Counted release record ---------------------------------------------------------------
+
+int gCallbacks = 0;
+void* gCallbackContext = nullptr;
+void* gCallbackData = nullptr;
+void RecordRelease(void* context, void* data) {
+  ++gCallbacks;
+  gCallbackContext = context;
+  gCallbackData = data;
+}
+
+TEST_F(HostWrappers, CountedReleaseRunsItsCallbackOnceAtTheLastCount) {
+  gCallbacks = 0;
+  const int64_t blocks = RT().Counts().memoryBlocks;
+  int data = 0;
+  int context = 0;
+  MOXCountedReleaseDescriptor descriptor{};
+  MOXNewCountedRelease(&descriptor, &data, &context, &RecordRelease, 9);
+  EXPECT_EQ(descriptor.count, &MOXCountedReleaseCount);
+  EXPECT_EQ(descriptor.data, &data);
+  EXPECT_EQ(descriptor.word, 9u);
+  EXPECT_EQ(RT().Counts().memoryBlocks, blocks + 1) << "the record lives in the runtime's memory";
+
+  // Holders on several threads come and go; the creator's count stays.
+  std::vector<std::thread> holders;
+  for (int t = 0; t < 4; ++t) {
+    holders.emplace_back([&descriptor] {
+      for (int i = 0; i < 2000; ++i) {
+        descriptor.count(descriptor.record, true);
+        descriptor.count(descriptor.record, false);
+      }
+    });
+  }
+  for (std::thread& holder : holders) holder.join();
+  EXPECT_EQ(gCallbacks, 0);
+
+  descriptor.count(descriptor.record, true);
+  descriptor.count(descriptor.record, false);
+  EXPECT_EQ(gCallbacks, 0);
+  descriptor.count(descriptor.record, false);
+  EXPECT_EQ(gCallbacks, 1);
+  EXPECT_EQ(gCallbackContext, &context);
+  EXPECT_EQ(gCallbackData, &data);
+  EXPECT_EQ(RT().Counts().memoryBlocks, blocks);
+}
+
+}  // namespace
