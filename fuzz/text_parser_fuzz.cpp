@@ -60,20 +60,31 @@ const Library& Started() {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const Library& lib = Started();
-  // The notation is read up to its NUL; a NUL inside the input ends it early.
+  moxhost::Runtime& rt = moxhost::Runtime::Get();
+  // The notation is read up to its NUL. The byte after a NUL inside the
+  // input, if any, names an allocation of the parse to fail, so that the ways
+  // out of arbitrary texts under exhaustion are explored too.
   const std::string text(reinterpret_cast<const char*>(data), size);
   const char* const begin = text.c_str();
   const char* const end = begin + std::strlen(begin);
+  const unsigned failAt = end < begin + size ? static_cast<unsigned char>(end[1]) : 0;
 
+  rt.ClearReports();
+  rt.FailNthAllocation(failAt);
   const char* position = begin;
   MOXContainer object = lib.createFromText(begin, &position);
+  rt.ClearFaults();
+  const bool reported = !rt.Reports().empty();
   if (object != nullptr) {
     if (position != nullptr) Fail("a successful parse left a position", text);
     lib.deleteUnowned(object);
-  } else if (position == nullptr || position < begin || position > end) {
-    Fail("a failed parse gave no position inside the text", text);
+  } else if (position == nullptr) {
+    // Not a syntax error: then the failure must have been reported.
+    if (!reported) Fail("a parse failed without a position or a report", text);
+  } else if (position < begin || position > end) {
+    Fail("a failed parse gave a position outside the text", text);
   }
-  if (!moxhost::Runtime::Get().Reports().empty()) Fail("a parse reported", text);
-  if (moxhost::Runtime::Get().Counts() != gBaseline) Fail("a parse left objects alive", text);
+  if (reported && failAt == 0) Fail("a parse reported", text);
+  if (rt.Counts() != gBaseline) Fail("a parse left objects alive", text);
   return 0;
 }

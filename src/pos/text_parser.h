@@ -11,9 +11,9 @@
 // the registered interfaces and holds it in a CPOSObject, so a failed parse
 // leaves no object behind.
 //
-// Nesting is by recursion, one small frame (about 200 bytes) for each level,
-// with no limit of its own: a text nested tens of thousands deep needs a
-// stack to match.
+// Nesting is by recursion, a frame or two of a few hundred bytes for each
+// level, with no limit of its own: a text nested tens of thousands deep needs
+// a stack to match.
 #ifndef MOXUTILS_POS_TEXT_PARSER_H_
 #define MOXUTILS_POS_TEXT_PARSER_H_
 
