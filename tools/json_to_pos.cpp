@@ -131,9 +131,13 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
     // The JSON library's text reads "[json.exception...] parse error at line
     // L, column C: reason"; posctl gives the place in its own form.
     std::string reason = ex.what();
-    size_t column = reason.find("column ");
-    size_t colon = column == std::string::npos ? std::string::npos : reason.find(": ", column);
-    if (colon != std::string::npos) reason = reason.substr(colon + 2);
+    if (reason.rfind("[json.exception.", 0) == 0) reason = reason.substr(reason.find("] ") + 2);
+    const size_t column = reason.find("column ");
+    const size_t colon =
+        column == std::string::npos ? std::string::npos : reason.find(": ", column);
+    if (reason.rfind("parse error", 0) == 0 && colon != std::string::npos) {
+      reason = reason.substr(colon + 2);
+    }
     syntaxError_ = true;
     syntaxErrorOffset_ = position > 0 ? position - 1 : 0;
     error_ = reason;

@@ -1,0 +1,109 @@
+// The nesting limit that keeps the library's recursion off the end of the
+// stack, in each input format, and large TypeA input read as a stream.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include "posctl_runner.h"
+
+namespace posctl_test {
+namespace {
+
+constexpr char kMagic[] = "POSStreamerTypeA_Version1.0 ";
+
+std::string NestedArrays(size_t depth) {
+  return std::string(depth, '[') + std::string(depth, ']');
+}
+
+std::string NestedDicts(size_t depth) {
+  std::string text;
+  for (size_t i = 0; i < depth; ++i) text += "<k ";
+  return text + "leaf" + std::string(depth, '>');
+}
+
+TEST(Limits, DefaultDepthOf512IsAcceptedAnd513RefusedInEveryFormat) {
+  std::string refusals;
+  for (const std::string extension : {"pos", "json", "typea"}) {
+    const std::string prefix = extension == "typea" ? kMagic : "";
+    const std::string ok = TempPath("ok." + extension);
+    WriteFile(ok, prefix + NestedArrays(512));
+    Result accepted = RunPosctl({"check", ok});
+    EXPECT_EQ(accepted.status, 0) << extension << ": " << accepted.err;
+
+    const std::string deep = TempPath("deep." + extension);
+    WriteFile(deep, prefix + NestedArrays(513));
+    Result refused = RunPosctl({"check", deep});
+    EXPECT_EQ(refused.status, 1) << extension;
+    EXPECT_EQ(refused.out, "");
+    // Messages start with the file name, which differs from run to run.
+    ASSERT_EQ(refused.err.substr(0, deep.size()), deep);
+    refusals += refused.err.substr(deep.size());
+  }
+  ExpectMatchesFile(refusals, "depth_513.stderr");
+}
+
+TEST(Limits, MaxDepthOptionMovesTheLimit) {
+  const std::string path = TempPath("dicts.pos");
+  WriteFile(path, NestedDicts(20));
+  EXPECT_EQ(RunPosctl({"check", "--max-depth", "20", path}).status, 0);
+  Result refused = RunPosctl({"check", "--max-depth", "19", path});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.err.find(":1:58: error: nesting deeper than 19 levels (see --max-depth)"),
+            std::string::npos)
+      << refused.err;
+
+  Result deep = RunPosctl({"convert", "--max-depth", "5000", "-o", TempPath("deep.typea"), path});
+  EXPECT_EQ(deep.status, 0) << deep.err;
+}
+
+// Brackets inside strings open nothing: the scan must not count them.
+TEST(Limits, BracketsInsideStringsDoNotCount) {
+  const std::string brackets(600, '[');
+  const std::string notation = TempPath("strings.pos");
+  WriteFile(notation, "[(" + std::string(90, '[') + ") `005b`]");
+  EXPECT_EQ(RunPosctl({"check", "--max-depth", "1", notation}).status, 0);
+  const std::string typeA = TempPath("strings.typea");
+  WriteFile(typeA, std::string(kMagic) + "[\"" + brackets + "\" `005b` {\"[[\" #2  5B5B} ]");
+  Result result = RunPosctl({"check", "--max-depth", "2", typeA});
+  EXPECT_EQ(result.status, 0) << result.err;
+  const std::string json = TempPath("strings.json");
+  WriteFile(json, "[\"" + brackets + "\"]");
+  EXPECT_EQ(RunPosctl({"check", "--max-depth", "1", json}).status, 0);
+}
+
+// An opening byte written as an octal escape still opens an object for the
+// library's reader, so it counts.
+TEST(Limits, EscapedOpeningBytesCount) {
+  const std::string path = TempPath("escaped.typea");
+  WriteFile(path, std::string(kMagic) + "[\\133\\133]]]");
+  EXPECT_EQ(RunPosctl({"check", "--max-depth", "3", path}).status, 0);
+  Result refused = RunPosctl({"check", "--max-depth", "2", path});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.err.find("error at byte 33: nesting deeper than 2 levels"), std::string::npos)
+      << refused.err;
+}
+
+// Many streams read one at a time: posctl holds one object, never the file.
+TEST(Limits, LargeTypeAFileStreamsThroughCat) {
+  std::string stream = std::string(kMagic) + "[\n";
+  for (int i = 0; i < 2000; ++i) stream += "\t\"line " + std::to_string(i) + " of a long text\"\n";
+  stream += "]\n";
+  const std::string small = TempPath("small.typea");
+  WriteFile(small, stream);
+  const std::string large = TempPath("large.typea");
+  {
+    std::ofstream out(large, std::ios::binary);
+    for (int i = 0; i < 800; ++i) out << stream;  // some 45 MB
+  }
+  Result baseline = RunPosctl({"cat", small});
+  Result result = RunPosctl({"cat", large});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out.size(), stream.size() * 800);
+  EXPECT_LT(result.maxRssKb - baseline.maxRssKb, 16 * 1024)
+      << "the file is 45 MB; cat should hold one stream at a time";
+  std::remove(large.c_str());
+}
+
+}  // namespace
+}  // namespace posctl_test

@@ -1,0 +1,77 @@
+// The command line itself: help, version, exit statuses of bad usage, and a
+// library that can't be found.
+#include <gtest/gtest.h>
+
+#include "posctl_runner.h"
+
+namespace posctl_test {
+namespace {
+
+TEST(Usage, HelpOfTheToolListsEveryCommandAndExitsZero) {
+  Result result = RunPosctl({"--help"});
+  EXPECT_EQ(result.status, 0);
+  for (const char* command : {"convert", "get", "cat", "check"}) {
+    EXPECT_NE(result.out.find(command), std::string::npos) << command;
+  }
+  EXPECT_NE(result.out.find("Exit status"), std::string::npos);
+}
+
+TEST(Usage, EachCommandHasItsOwnHelp) {
+  const std::vector<std::pair<std::string, std::string>> commands = {
+      {"convert", "--to"}, {"get", "ADDRESS"}, {"cat", "--json"}, {"check", "--max-depth"}};
+  for (const auto& [command, option] : commands) {
+    Result result = RunPosctl({command, "--help"});
+    EXPECT_EQ(result.status, 0) << command;
+    EXPECT_NE(result.out.find(option), std::string::npos) << command << " lacks " << option;
+  }
+}
+
+TEST(Usage, VersionNamesTheToolAndTheLibraryVersionItLoaded) {
+  Result result = RunPosctl({"--version"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "posctl 1.1.1\nlibMOXUtils 1.1.1 (65793)\n");
+}
+
+TEST(Usage, BadUsageExitsTwoWithAMessage) {
+  const std::vector<std::vector<std::string>> badLines = {
+      {},
+      {"frobnicate"},
+      {"convert", "--to", "xml", "examples/settings.pos"},
+      {"convert", "--from", "yaml", "examples/settings.pos"},
+      {"get"},
+      {"check", "--max-depth", "0", "examples/settings.pos"},
+      {"check", "--max-depth", "100000", "examples/settings.pos"},
+      {"check", "--no-such-option", "examples/settings.pos"},
+      {"cat", "a.typea", "b.typea"},
+  };
+  for (const auto& args : badLines) {
+    Result result = RunPosctl(args);
+    std::string line;
+    for (const std::string& arg : args) line += arg + " ";
+    EXPECT_EQ(result.status, 2) << line;
+    EXPECT_FALSE(result.err.empty()) << line;
+    EXPECT_TRUE(result.out.empty() || result.out.find("Usage") != std::string::npos) << line;
+  }
+}
+
+TEST(Usage, AMissingInputFileIsBadInput) {
+  Result result = RunPosctl({"check", "tests/tools/data/no_such_file.pos"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err,
+            "posctl: error: tests/tools/data/no_such_file.pos: No such file or directory\n");
+}
+
+TEST(Usage, ALibraryThatCantBeLoadedExitsThree) {
+  RunOptions options;
+  options.env = {{"MOXUTILS_LIBRARY", "/nonexistent/libMOXUtils.so"}};
+  Result result = RunPosctl({"check", "examples/settings.pos"}, options);
+  EXPECT_EQ(result.status, 3);
+  EXPECT_NE(result.err.find("cannot load libMOXUtils"), std::string::npos) << result.err;
+
+  Result version = RunPosctl({"--version"}, options);
+  EXPECT_EQ(version.status, 0);
+  EXPECT_NE(version.out.find("libMOXUtils not loaded"), std::string::npos) << version.out;
+}
+
+}  // namespace
+}  // namespace posctl_test
