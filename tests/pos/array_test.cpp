@@ -132,23 +132,5 @@ TEST_F(Arrays, OutOfRangeAndBadArgumentsChangeNothing) {
   p.release(member);
 }
 
-TEST_F(Arrays, CopyAndAssignmentShareTheMembers) {
-  MOXContainer member = p.Keep(p.newString("shared"));
-  p.append(array_, member);
-  p.append(array_, member);
-  {
-    Array copy(*impl_);
-    EXPECT_EQ(copy.Count(), 2u);
-    EXPECT_EQ(p.RefCount(member), 5u);
-    Array assigned;
-    assigned = copy;
-    assigned = assigned;
-    EXPECT_EQ(assigned.Count(), 2u);
-    EXPECT_EQ(p.RefCount(member), 7u);
-  }
-  EXPECT_EQ(p.RefCount(member), 3u);
-  p.release(member);
-}
-
 }  // namespace
 }  // namespace moxtest

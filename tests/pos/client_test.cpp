@@ -114,6 +114,13 @@ TEST_F(Client, DictAccessorsRaiseTheirTextsOrStayQuiet) {
   EXPECT_TRUE(dict.GetDict("absent", true).IsEmpty());
   EXPECT_TRUE(dict.GetMOXObjRef("n", true).IsEmpty());
   EXPECT_EQ(Raised([&] { list.GetAt(1); }), "CPOSArray::GetAt subscript failed");
+  EXPECT_EQ(dict.DeepGetNumber("list[0]").Get(), 3.0);
+  EXPECT_TRUE(dict.HasDeep("list[0]"));
+  EXPECT_FALSE(dict.HasDeep("list[1]"));
+  EXPECT_EQ(Raised([&] { dict.DeepGetString("n.x"); }), "CPOSArray::GetAt subscript failed");
+  EXPECT_TRUE(dict.DeepGetString("n.x", /*quiet=*/true).IsEmpty());
+  EXPECT_EQ(Raised([&] { dict.DeepGetString("n"); }),
+            "downcast from CPOSObject to CPOSString failed");
   dict.Remove("s");
   EXPECT_EQ(dict.Count(), 2u);
   std::string keys;

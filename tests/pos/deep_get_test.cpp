@@ -14,7 +14,6 @@ using MOX_T_MT::CPOSArray;
 using MOX_T_MT::CPOSDict;
 using MOX_T_MT::CPOSNumber;
 using MOX_T_MT::CPOSObject;
-using MOX_T_MT::CPOSString;
 
 // The tree <a [<b 1>] "" [10 11] "k]x" 2 x. <y 3> n 4>.
 class DeepGet : public POSFixture {
@@ -121,26 +120,6 @@ TEST_F(DeepGet, TheLoudWalkNamesEachMiss) {
   }
   CPOSObject found = NPOSObjectImpl::DeepGetValue(dict, CMOXStringHolder("a[0].b"), false);
   EXPECT_EQ(CPOSNumber(found).Get(), 1.0);
-}
-
-TEST_F(DeepGet, ClientAccessorsRaiseTheSubscriptText) {
-  EXPECT_EQ(root_.DeepGetNumber("a[0].b").Get(), 1.0);
-  EXPECT_TRUE(root_.HasDeep("x..y"));
-  EXPECT_FALSE(root_.HasDeep("x..z"));
-  EXPECT_TRUE(root_.DeepGetString("a.b", /*quiet=*/true).IsEmpty());
-  try {
-    root_.DeepGetString("a.b");
-    ADD_FAILURE();
-  } catch (const MOX_T_MT::POSException& e) {
-    EXPECT_STREQ(e.what(), "CPOSArray::GetAt subscript failed");
-  }
-  try {
-    root_.DeepGetString("n");
-    ADD_FAILURE();
-  } catch (const MOX_T_MT::POSException& e) {
-    EXPECT_STREQ(e.what(), "downcast from CPOSObject to CPOSString failed");
-  }
-  EXPECT_EQ(TakeReports(), Reports{});
 }
 
 }  // namespace

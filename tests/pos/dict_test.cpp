@@ -202,21 +202,5 @@ TEST_F(Dicts, MissesAreQuietAndBadArgumentsReport) {
   p.release(value);
 }
 
-TEST_F(Dicts, CopyAndAssignmentShareTheValues) {
-  MOXContainer value = p.Keep(p.newNumber(3));
-  for (const char* key : {"x", "y", "z"}) p.Put(dict_, key, value);
-  {
-    Dict copy(*impl_);
-    Dict assigned;
-    assigned = copy;
-    EXPECT_EQ(p.RefCount(value), 10u);
-    TreeShape shape;
-    Walk(assigned.Tree()->Root(), nullptr, shape);
-    EXPECT_EQ(shape.keys, (std::vector<std::string>{"x", "y", "z"}));
-  }
-  EXPECT_EQ(p.RefCount(value), 4u);
-  p.release(value);
-}
-
 }  // namespace
 }  // namespace moxtest
