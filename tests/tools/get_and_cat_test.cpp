@@ -11,7 +11,7 @@ constexpr char kMagic[] = "POSStreamerTypeA_Version1.0 ";
 
 TEST(Get, ValuesByAddressAsTypeA) {
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {"appearance.fonts[1].family", "\"Source Serif\""},
+      {"appearance.fonts[1].family", "\"Book Serif\""},
       {".appearance.fonts[1].size", "#16.5 "},
       {"editor.rulers", "[\n\t#80 \n\t#100 \n\t#120 \n]"},
       {"editor.snippets.quote", "\"she said \\\"call me (later)\\\" and left\""},
