@@ -1,6 +1,7 @@
 #include "streamer/typea_streamer.h"
 
 #include "binding/errors.h"
+#include "streamer/stack_guard.h"
 
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
@@ -26,6 +27,7 @@ CPOSObject TypeAStreamer::ReadStream(const CMOXPositionableStreamRef& stream) {
 }
 
 void TypeAStreamer::WriteObject(OCharStream& out, const CPOSObject& object) {
+  CheckStackReserve();
   WriteRoutine routine = nullptr;
   const StreamingParams* form = LookupWriteParams(object, &routine);
   if (form == nullptr || routine == nullptr) throw POSException("Cannot determine writing params");
@@ -36,6 +38,7 @@ void TypeAStreamer::WriteObject(OCharStream& out, const CPOSObject& object) {
 }
 
 CPOSObject TypeAStreamer::ReadObject(ICharStream& in) {
+  CheckStackReserve();
   char openChar;
   do {
     if (!in.GetChar(&openChar)) return CPOSObject();

@@ -1,4 +1,8 @@
-// One streamer handle serving many threads at once, each on its own stream.
+// One streamer handle serving many threads at once, each on its own stream;
+// and threads with little stack meeting deeply nested data.
+#include <pthread.h>
+
+#include <functional>
 #include <thread>
 
 #include "streamer_fixture.h"
@@ -28,6 +32,43 @@ TEST_F(StreamerTest, ThreadsShareOneStreamerHandle) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(good, std::vector<int>(kThreads, kRounds));
   EXPECT_EQ(Reports(), "");
+}
+
+// Runs `work` on a new thread with a stack of `bytes` and waits for it.
+void RunWithStack(size_t bytes, std::function<void()> work) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, bytes);
+  pthread_t thread;
+  auto trampoline = [](void* argument) -> void* {
+    (*static_cast<std::function<void()>*>(argument))();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, trampoline, &work), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+}
+
+TEST_F(StreamerTest, NestingDeeperThanTheStackIsRefusedNotACrash) {
+  constexpr int kDepth = 3000;
+  CPOSArray nested = CPOSArray::New();
+  for (int level = 1; level < kDepth; ++level) {
+    CPOSArray outer = CPOSArray::New();
+    outer.Append(nested);
+    nested = outer;
+  }
+  const std::string deep = Write(nested);
+  bool written = true;
+  CPOSObject read;
+  RunWithStack(192 * 1024, [&] {
+    written = Serialize(MemoryStream(), nested);
+    read = Read(deep);
+  });
+  EXPECT_FALSE(written);
+  EXPECT_TRUE(read.IsEmpty());
+  EXPECT_EQ(Reports(), "nesting too deep for the stack|nesting too deep for the stack");
+  // With the stack of the main thread the same text reads.
+  EXPECT_TRUE(Read(deep).IsEqual(nested));
 }
 
 }  // namespace
