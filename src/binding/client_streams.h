@@ -46,7 +46,8 @@ enum MOXStreamFactorySlot : size_t {
 };
 
 // A new, empty memory stream of the runtime, unowned (count zero). Null when
-// the factory can't be bound; an error of the factory is thrown.
+// the factory can't be bound (once the library is bound, a failed lookup
+// throws instead); an error of the factory is thrown.
 MOXContainer MOXNewPositionableMemoryStream();
 
 // A stream on the file at `path`, opened with the fopen `mode`; unowned. Null
@@ -137,27 +138,21 @@ class CMOXPositionableStreamRef : public CMOXContainerRef {
   // it is read: a slot is one aligned pointer, and both values are valid.
   template <typename Proc>
   Proc SimpleProc(size_t slot) const {
-    return LoadProc<Proc>(fSimpleProcs, slot);
+    return MOX_T_MT::MOXProcAt<Proc>(fSimpleProcs, slot);
   }
   template <typename Proc>
   Proc RewindableProc(size_t slot) const {
-    return LoadProc<Proc>(fRewindableProcs, slot);
+    return MOX_T_MT::MOXProcAt<Proc>(fRewindableProcs, slot);
   }
   template <typename Proc>
   Proc PositionableProc(size_t slot) const {
-    return LoadProc<Proc>(fPositionableProcs, slot);
+    return MOX_T_MT::MOXProcAt<Proc>(fPositionableProcs, slot);
   }
 
   // The fProcs of the list entries of the stream's signature.
   void** fSimpleProcs;
   void** fRewindableProcs;
   void** fPositionableProcs;
-
- private:
-  template <typename Proc>
-  static Proc LoadProc(void* const* procs, size_t slot) {
-    return reinterpret_cast<Proc>(__atomic_load_n(&procs[slot], __ATOMIC_RELAXED));
-  }
 };
 
 // ---- Streams implemented by the library ------------------------------------------

@@ -91,8 +91,9 @@ class CMOXCacheID {
 
 // An identifier of the runtime's cache together with one word of client data.
 // It takes its own reference to the identifier; the pinned form also keeps the
-// entry marked no-purge while it lives. Without the table both do nothing to
-// the identifier.
+// entry marked no-purge while it lives. When the table can't be bound the
+// entry holds no identifier, so that it never gives back a reference it
+// didn't take.
 template <bool kPinned>
 class TMOXCacheEntry {
  public:
@@ -144,9 +145,10 @@ class MOXClientProgress : public CMOXVirtualClientBase {
 
 }  // namespace MOX_T_MT
 
-// A progress object of the runtime that reports to `client`; the runtime
-// deletes `client` when the progress object dies. 0 when the progress table
-// can't be bound, and then `client` stays the caller's.
+// A progress object of the runtime that reports to `client`, with one
+// reference for the caller. The runtime owns `client` from the call on and
+// deletes it when the progress object dies. 0 when the progress table can't be
+// bound, and then `client` stays the caller's.
 MOXProgress MOXNewClientProgress(MOX_T_MT::MOXClientProgress* client);
 
 // ---- Filters -------------------------------------------------------------------------
