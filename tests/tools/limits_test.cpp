@@ -84,6 +84,16 @@ TEST(Limits, EscapedOpeningBytesCount) {
       << refused.err;
 }
 
+#ifdef __SANITIZE_ADDRESS__
+// AddressSanitizer keeps freed memory in quarantine, so the resident size
+// says nothing about what posctl holds; the output is still checked.
+constexpr bool kMeasureMemory = false;
+constexpr int kStreams = 100;
+#else
+constexpr bool kMeasureMemory = true;
+constexpr int kStreams = 800;
+#endif
+
 // Many streams read one at a time: posctl holds one object, never the file.
 TEST(Limits, LargeTypeAFileStreamsThroughCat) {
   std::string stream = std::string(kMagic) + "[\n";
@@ -94,14 +104,16 @@ TEST(Limits, LargeTypeAFileStreamsThroughCat) {
   const std::string large = TempPath("large.typea");
   {
     std::ofstream out(large, std::ios::binary);
-    for (int i = 0; i < 800; ++i) out << stream;  // some 45 MB
+    for (int i = 0; i < kStreams; ++i) out << stream;  // some 45 MB, unsanitized
   }
   Result baseline = RunPosctl({"cat", small});
   Result result = RunPosctl({"cat", large});
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(result.out.size(), stream.size() * 800);
-  EXPECT_LT(result.maxRssKb - baseline.maxRssKb, 16 * 1024)
-      << "the file is 45 MB; cat should hold one stream at a time";
+  EXPECT_EQ(result.out.size(), stream.size() * kStreams);
+  if (kMeasureMemory) {
+    EXPECT_LT(result.maxRssKb - baseline.maxRssKb, 16 * 1024)
+        << "the file is 45 MB; cat should hold one stream at a time";
+  }
   std::remove(large.c_str());
 }
 
