@@ -22,7 +22,7 @@ class TOVWaitMutex {
 
  private:
   pthread_mutex_t fMutex;
-  uint8_t fReserved;
+  [[maybe_unused]] uint8_t fReserved;  // cleared, never read
   pthread_cond_t fCondition;
   pthread_t fOwner;  // all bits set while free
   uint32_t fDepth;
