@@ -49,16 +49,71 @@ SourceExcerpt ExcerptFromText(std::string_view text, size_t offset) {
 }
 
 SourceExcerpt ExcerptFromFile(const std::string& path, size_t offset) {
+  // Streams the file and keeps only the line in question, and of a long
+  // line only the window that FormatCaretDiagnostic shows.
   std::ifstream in(path, std::ios::binary);
-  std::string text;
+  SourceExcerpt excerpt;
+  std::string line;
+  size_t lineStart = 0;
+  size_t dropped = 0;       // bytes of the line before `line` begins
+  size_t droppedChars = 0;  // characters among them
+  size_t position = 0;
+  // The line before, for an offset just behind a final line feed.
+  size_t lastLineStart = 0;
+  size_t lastDropped = 0;
+  size_t lastDroppedChars = 0;
+  std::string lastLine;
   char buffer[1 << 16];
-  // Read up to the end of the line that holds the offset, and no further.
-  while (in) {
+  bool done = false;
+  while (!done && in) {
     in.read(buffer, sizeof buffer);
-    text.append(buffer, static_cast<size_t>(in.gcount()));
-    if (text.size() > offset && text.find('\n', offset) != std::string::npos) break;
+    const size_t count = static_cast<size_t>(in.gcount());
+    for (size_t i = 0; i < count && !done; ++i, ++position) {
+      const char c = buffer[i];
+      if (c == '\n') {
+        if (position >= offset) {
+          done = true;
+          break;
+        }
+        ++excerpt.line;
+        lastLine = line;
+        lastLineStart = lineStart;
+        lastDropped = dropped;
+        lastDroppedChars = droppedChars;
+        line.clear();
+        lineStart = position + 1;
+        dropped = droppedChars = 0;
+        continue;
+      }
+      if (position > offset + 2 * kContextBytes) {
+        done = true;
+        break;
+      }
+      line += c;
+      if (position < offset && line.size() > 4 * kContextBytes) {
+        const size_t cut = line.size() - 2 * kContextBytes;
+        droppedChars += CountCharacters(std::string_view(line).substr(0, cut));
+        dropped += cut;
+        line.erase(0, cut);
+      }
+    }
   }
-  return ExcerptFromText(text, offset);
+  if (offset >= position && offset == lineStart && excerpt.line > 1 && line.empty()) {
+    // The offset is the very end, behind a final line feed.
+    --excerpt.line;
+    line = lastLine;
+    lineStart = lastLineStart;
+    dropped = lastDropped;
+    droppedChars = lastDroppedChars;
+    offset = lineStart + dropped + line.size();
+  }
+  if (!line.empty() && line.back() == '\r') line.pop_back();
+  const size_t inLine = offset - lineStart - dropped;
+  excerpt.byteInLine = inLine > line.size() ? line.size() : inLine;
+  excerpt.column =
+      droppedChars + CountCharacters(std::string_view(line).substr(0, excerpt.byteInLine)) + 1;
+  excerpt.lineText = line;
+  return excerpt;
 }
 
 std::string FormatCaretDiagnostic(const std::string& name, const SourceExcerpt& excerpt,

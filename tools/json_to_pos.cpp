@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <vector>
 
@@ -266,11 +267,11 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
 }  // namespace
 
 Ref ReadJson(LibrarySession& session, const InputSource& input, const JsonInOptions& options) {
-  FILE* file = std::fopen(input.path().c_str(), "rb");
-  if (file == nullptr) FailInput("posctl: error: " + input.name() + ": cannot open");
+  std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(input.path().c_str(), "rb"), std::fclose);
+  if (!file) FailInput("posctl: error: " + input.name() + ": cannot open");
   PosBuilder builder(session, input, options);
-  bool ok = nlohmann::json::sax_parse(file, &builder);
-  std::fclose(file);
+  const bool ok = nlohmann::json::sax_parse(file.get(), &builder);
+  file.reset();
   if (!ok) {
     if (builder.syntaxError()) {
       FailInput(FormatCaretDiagnostic(input.name(),
