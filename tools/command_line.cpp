@@ -1,7 +1,6 @@
 #include "command_line.h"
 
 #include <CLI/CLI.hpp>
-#include <map>
 
 #include "commands.h"
 #include "diagnostics.h"
@@ -14,20 +13,22 @@ namespace {
 // ten thousand levels they run out of the default stack.
 constexpr size_t kLargestMaxDepth = 5000;
 
-const std::map<std::string, Format> kInputFormats = {
-    {"notation", Format::kNotation}, {"typea", Format::kTypeA}, {"json", Format::kJson}};
-const std::map<std::string, Format> kOutputFormats = {{"typea", Format::kTypeA},
-                                                      {"json", Format::kJson}};
+// Format names as the user types them; turned into Format after parsing.
+struct FormatNames {
+  std::string from;
+  std::string to = "typea";
+};
 
-void AddInputOptions(CLI::App* command, InputOptions* options, bool withFormat) {
+void AddInputOptions(CLI::App* command, InputOptions* options, std::string* from) {
   command->add_option("FILE", options->file, "Input file, or - for standard input")
       ->capture_default_str();
-  if (withFormat) {
+  if (from != nullptr) {
     command
-        ->add_option("--from", options->from,
-                     "Input format: notation, typea or json (default: from the extension "
-                     ".pos, .typea or .json, else from the content)")
-        ->transform(CLI::CheckedTransformer(kInputFormats));
+        ->add_option("--from", *from,
+                     "Input format (default: from the extension .pos, .typea or .json, else "
+                     "from the content)")
+        ->check(CLI::IsMember({"notation", "typea", "json"}))
+        ->option_text("notation|typea|json");
     command->add_option("--null-as", options->nullAs,
                         "Read JSON null as this string (null is refused otherwise)");
   }
@@ -52,34 +53,38 @@ int RunCommandLine(int argc, char** argv) {
   app.footer("Exit status: 0 success, 1 bad input, 2 bad usage, 3 libMOXUtils can't be loaded.");
 
   ConvertOptions convert;
+  FormatNames convertFormats;
   CLI::App* convertCommand =
       app.add_subcommand("convert", "Convert notation, TypeA or JSON to TypeA (default) or JSON");
-  AddInputOptions(convertCommand, &convert.input, true);
-  convertCommand->add_option("--to", convert.to, "Output format: typea or json")
-      ->transform(CLI::CheckedTransformer(kOutputFormats));
+  AddInputOptions(convertCommand, &convert.input, &convertFormats.from);
+  convertCommand->add_option("--to", convertFormats.to, "Output format (default: typea)")
+      ->check(CLI::IsMember({"typea", "json"}))
+      ->option_text("typea|json");
   convertCommand->add_option("-o,--output", convert.output,
                              "Output file (default: standard output)");
   convertCommand->add_flag("--compact", convert.compact, "Write JSON on one line");
 
   GetOptions get;
+  FormatNames getFormats;
   CLI::App* getCommand = app.add_subcommand(
       "get", "Print the value at a DeepGet address such as display.fonts[0].name");
   getCommand->add_option("ADDRESS", get.address, "Address: .key and [n] steps")->required();
-  AddInputOptions(getCommand, &get.input, true);
+  AddInputOptions(getCommand, &get.input, &getFormats.from);
   getCommand->add_flag("--json", get.json, "Print JSON instead of TypeA");
   getCommand->add_flag("--compact", get.compact, "With --json, on one line");
 
   CatOptions cat;
   CLI::App* catCommand =
       app.add_subcommand("cat", "Print every object of a file of TypeA streams, one per line");
-  AddInputOptions(catCommand, &cat.input, false);
+  AddInputOptions(catCommand, &cat.input, nullptr);
   catCommand->add_flag("--json", cat.json, "Print JSON instead of TypeA");
   catCommand->add_flag("--compact", cat.compact, "With --json, one line per object");
 
   InputOptions check;
+  FormatNames checkFormats;
   CLI::App* checkCommand =
       app.add_subcommand("check", "Say whether the input is well formed, and where it is not");
-  AddInputOptions(checkCommand, &check, true);
+  AddInputOptions(checkCommand, &check, &checkFormats.from);
 
   try {
     app.parse(argc, argv);
@@ -87,9 +92,17 @@ int RunCommandLine(int argc, char** argv) {
     const int status = app.exit(error);
     return status == 0 ? kExitOk : kExitUsage;
   }
-  if (convertCommand->parsed()) return RunConvert(convert);
-  if (getCommand->parsed()) return RunGet(get);
+  if (convertCommand->parsed()) {
+    convert.input.from = ParseFormatName(convertFormats.from);
+    convert.to = *ParseFormatName(convertFormats.to);
+    return RunConvert(convert);
+  }
+  if (getCommand->parsed()) {
+    get.input.from = ParseFormatName(getFormats.from);
+    return RunGet(get);
+  }
   if (catCommand->parsed()) return RunCat(cat);
+  check.from = ParseFormatName(checkFormats.from);
   return RunCheck(check);
 }
 
