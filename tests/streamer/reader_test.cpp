@@ -2,7 +2,9 @@
 // stream stands afterwards.
 #include <algorithm>
 
+#include "binding/errors.h"
 #include "binding/server_tables.h"
+#include "streamer/version10.h"
 #include "streamer_fixture.h"
 
 namespace moxtest {
@@ -137,6 +139,16 @@ TEST_F(StreamerTest, SerializeNamesItsVersion) {
   EXPECT_EQ(Contents(stream), kHeader + "#1 ");
   EXPECT_FALSE(Serialize(stream, CPOSObject(), nullptr));
   EXPECT_EQ(Reports(), "invalid container");
+}
+
+TEST_F(StreamerTest, AFailedNestedReadPutsEveryFormBack) {
+  using namespace NPOSStreamerImpl::NTypeAImpl;
+  CMOXPositionableStreamRef stream = MemoryStream("[<\"k\" [#x ");
+  Version10 version;
+  ICharStream in(stream);
+  EXPECT_THROW(version.ReadObject(in), POSException);
+  EXPECT_EQ(in.params.escapes, kOuterEscapes);
+  EXPECT_EQ(in.params.closeChar, 0);
 }
 
 TEST(StreamerInterface, IsUnregisteredBeforeTheObjectModel) {
