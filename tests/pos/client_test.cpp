@@ -27,8 +27,8 @@ TEST_F(Client, CPOSObjectCountsItsReferenceAndSharesTablesBySignature) {
   EXPECT_EQ(Raised([] { CPOSObject object(nullptr); }), "invalid container");
   CMOXContainerRef bare;
   MOXNewContainer(bare, 0, 0, 0, 0, 0);
+  MOXContainerProcs::AddRef(bare.fContainer);  // the handle's own, released at its end
   EXPECT_EQ(Raised([&] { CPOSObject object(bare.fContainer); }), "couldn't get signature");
-  bare.UnownedDelete();
   CPOSObject empty;
   CPOSObject emptyCopy(empty);
   EXPECT_TRUE(emptyCopy.IsEmpty());
