@@ -18,8 +18,10 @@ constexpr size_t kMaxReserve = 256 * 1024;
 
 // The lowest frame address that still leaves the reserve; learnt once per
 // thread, since asking for the bounds can be slow (the main thread's are
-// read from the process's memory map).
-thread_local uintptr_t tStackFloor = 0;
+// read from the process's memory map). The initial-exec model keeps the
+// word in static TLS, so reading it never goes through __tls_get_addr, which
+// is slower and which leak checkers intercept in a dlopened library.
+__attribute__((tls_model("initial-exec"))) thread_local uintptr_t tStackFloor = 0;
 
 uintptr_t LearnStackFloor() {
   uintptr_t floor = kUnknown;

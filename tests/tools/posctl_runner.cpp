@@ -48,16 +48,6 @@ Result RunPosctl(const std::vector<std::string>& args, const RunOptions& options
     dup2(in, 0);
     dup2(out, 1);
     dup2(err, 2);
-#ifdef __SANITIZE_ADDRESS__
-    // LeakSanitizer misreads the dynamic TLS block of a thread_local in the
-    // dlopened libMOXUtils.so and its tracer crashes at exit. Leak checking
-    // stays on; only the interception of __tls_get_addr goes.
-    const char* asan = std::getenv("ASAN_OPTIONS");
-    const std::string withTls = std::string(asan != nullptr && asan[0] != '\0' ? asan : "") +
-                                (asan != nullptr && asan[0] != '\0' ? ":" : "") +
-                                "intercept_tls_get_addr=0";
-    setenv("ASAN_OPTIONS", withTls.c_str(), 1);
-#endif
     for (const auto& [name, value] : options.env) setenv(name.c_str(), value.c_str(), 1);
     std::vector<char*> argv;
     std::string program = POSCTL_PATH;
