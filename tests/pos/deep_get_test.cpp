@@ -1,6 +1,5 @@
 // DeepGet addresses, at the interface (quiet: a miss is null and says
 // nothing) and in the loud mode of the internal walk, message by message.
-#include <cstring>
 #include <string>
 
 #include "pos/deep_get.h"
@@ -10,33 +9,18 @@
 namespace moxtest {
 namespace {
 
-using MOX_T_MT::CPOSArray;
 using MOX_T_MT::CPOSDict;
 using MOX_T_MT::CPOSNumber;
 using MOX_T_MT::CPOSObject;
 
-// The tree <a [<b 1>] "" [10 11] "k]x" 2 x. <y 3> n 4>.
 class DeepGet : public POSFixture {
  protected:
   void SetUp() override {
     POSFixture::SetUp();
-    root_ = CPOSDict::New();
-    CPOSDict inner = CPOSDict::New();
-    inner.Put("b", CPOSNumber::New(1));
-    CPOSArray a = CPOSArray::New();
-    a.Append(inner);
-    root_.Put("a", a);
-    CPOSArray underEmpty = CPOSArray::New();
-    underEmpty.Append(CPOSNumber::New(10));
-    underEmpty.Append(CPOSNumber::New(11));
-    root_.Put("", underEmpty);
-    root_.Put("k]x", CPOSNumber::New(2));
-    CPOSDict emptyKey = CPOSDict::New();
-    emptyKey.Put("y", CPOSNumber::New(3));
-    CPOSDict x = CPOSDict::New();
-    x.Put("", emptyKey);
-    root_.Put("x", x);
-    root_.Put("n", CPOSNumber::New(4));
+    // () is the empty key, and ] may stand inside a key.
+    root_ = CPOSDict(MOX_T_MT::CPOSObjectStatics::CreateFromText(
+        "<a [<b 1>] () [10 11] (k]x) 2 x <() <y 3>> n 4>"));
+    ASSERT_EQ(root_.Count(), 5u);
   }
   void TearDown() override {
     root_ = CPOSDict();
