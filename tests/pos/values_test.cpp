@@ -126,6 +126,11 @@ TEST_F(Values, FailedConstructionsLeaveNothingAndReport) {
   EXPECT_EQ(p.newUnicode(nullptr), nullptr);
   EXPECT_EQ(p.newBinData("t", nullptr, 1), nullptr);
   EXPECT_EQ(TakeReports(), Reports(3, "null argument"));
+  rt.HideInterface("MOXSharedBuffInterface");
+  rt.RaiseUnregisterCounter();
+  EXPECT_EQ(p.newBinData("t", "x", 1), nullptr);
+  rt.ClearFaults();
+  EXPECT_EQ(TakeReports().size(), 1u) << "without shared buffers: reported, null";
   // The fixture checks that every count, the live-object count included, is
   // back where it started.
 }
