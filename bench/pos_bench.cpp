@@ -1,0 +1,244 @@
+// The POS object model and the TypeA streamer as a component meets them:
+// every call goes through a procedure fetched from the runtime. Peers: a
+// std::map for dictionary lookups and a JSON library for building, copying,
+// comparing and writing the same documents.
+#include <benchmark/benchmark.h>
+
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "bench_session.h"
+#include "corpus.h"
+
+namespace moxbench {
+namespace {
+
+// Holds a reference for the benchmark's life.
+struct Held {
+  explicit Held(MOXContainer object) : object(Keep(object)) {}
+  ~Held() { Session().release(object); }
+  MOXContainer object;
+};
+
+// ---- Entry points: the primary-instance fast path against the slow path -----
+
+void BM_NumberGet(benchmark::State& state) {
+  Held number(Session().newNumber(2.5));
+  for (auto _ : state) benchmark::DoNotOptimize(Session().getNumber(number.object));
+}
+BENCHMARK(BM_NumberGet);
+
+// The same Number reached through a container whose primary instance has
+// another name: each call asks the runtime with NGetInstance.
+void BM_NumberGetThroughRuntimeLookup(benchmark::State& state) {
+  const Procs& p = Session();
+  Held number(p.newNumber(2.5));
+  auto* record = reinterpret_cast<const MOXPrimaryInstanceRecord*>(
+      reinterpret_cast<const char*>(number.object) + p.offsetToPrimary());
+  MOXContainer bare = nullptr;
+  p.newContainer(&bare, 0, 0, 0, 0, 0);
+  Held other(bare);
+  MOXStringAtom otherName = p.newAtom("BenchOtherImpl");
+  MOXStringAtom posName = p.newAtom("POSObjectImpl");
+  p.registerInstance(bare, &state, otherName, nullptr);
+  p.registerInstance(bare, record->instance, posName, nullptr);
+  for (auto _ : state) benchmark::DoNotOptimize(p.getNumber(bare));
+  p.deleteAtom(otherName);
+  p.deleteAtom(posName);
+}
+BENCHMARK(BM_NumberGetThroughRuntimeLookup);
+
+void BM_NewNumberAndRelease(benchmark::State& state) {
+  const Procs& p = Session();
+  for (auto _ : state) p.release(Keep(p.newNumber(1.0)));
+}
+BENCHMARK(BM_NewNumberAndRelease);
+
+// ---- Dictionaries and arrays ------------------------------------------------------
+
+std::vector<std::string> Keys(int64_t n) {
+  std::vector<std::string> keys;
+  for (int64_t i = 0; i < n; ++i) keys.push_back("key" + std::to_string(i * 7919 % 100003));
+  return keys;
+}
+
+void BM_DictGet(benchmark::State& state) {
+  const Procs& p = Session();
+  Held dict(p.newDict());
+  std::vector<MOXStringAtom> atoms;
+  for (const std::string& key : Keys(state.range(0))) {
+    atoms.push_back(p.newAtom(key.c_str()));
+    p.put(dict.object, atoms.back(), p.newNumber(1.0));
+  }
+  size_t i = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(p.get(dict.object, atoms[i]));
+    if (++i == atoms.size()) i = 0;
+  }
+  for (MOXStringAtom atom : atoms) p.deleteAtom(atom);
+}
+BENCHMARK(BM_DictGet)->Arg(8)->Arg(64)->Arg(512)->Arg(4096);
+
+void BM_PeerStdMapFind(benchmark::State& state) {
+  std::map<std::string, double> map;
+  std::vector<std::string> keys = Keys(state.range(0));
+  for (const std::string& key : keys) map[key] = 1.0;
+  size_t i = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(map.find(keys[i]));
+    if (++i == keys.size()) i = 0;
+  }
+}
+BENCHMARK(BM_PeerStdMapFind)->Arg(8)->Arg(64)->Arg(512)->Arg(4096);
+
+void BM_DictPutReplace(benchmark::State& state) {
+  const Procs& p = Session();
+  Held dict(p.newDict());
+  Held value(p.newNumber(1.0));
+  std::vector<MOXStringAtom> atoms;
+  for (const std::string& key : Keys(512)) atoms.push_back(p.newAtom(key.c_str()));
+  size_t i = 0;
+  for (auto _ : state) {
+    p.put(dict.object, atoms[i], value.object);
+    if (++i == atoms.size()) i = 0;
+  }
+  for (MOXStringAtom atom : atoms) p.deleteAtom(atom);
+}
+BENCHMARK(BM_DictPutReplace);
+
+void BM_ArrayAppend(benchmark::State& state) {
+  const Procs& p = Session();
+  Held value(p.newNumber(1.0));
+  for (auto _ : state) {
+    Held array(p.newArray());
+    for (int64_t i = 0; i < state.range(0); ++i) p.append(array.object, value.object);
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_ArrayAppend)->Arg(16)->Arg(1024);
+
+void BM_DeepGet(benchmark::State& state) {
+  const Procs& p = Session();
+  Held tree(ToPOS(CorpusDocument("twitter")));
+  MOXStringAtom address = p.newAtom("statuses[7].user.screen_name");
+  for (auto _ : state) benchmark::DoNotOptimize(p.deepGet(tree.object, address));
+  p.deleteAtom(address);
+}
+BENCHMARK(BM_DeepGet);
+
+// ---- Whole documents ----------------------------------------------------------------
+
+const char* const kDocuments[] = {"canada", "citm_catalog", "twitter"};
+
+void BM_BuildFromJson(benchmark::State& state) {
+  const nlohmann::json& document = CorpusDocument(kDocuments[state.range(0)]);
+  state.SetLabel(kDocuments[state.range(0)]);
+  for (auto _ : state) Held tree(ToPOS(document));
+}
+BENCHMARK(BM_BuildFromJson)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
+void BM_Clone(benchmark::State& state) {
+  Held tree(ToPOS(CorpusDocument(kDocuments[state.range(0)])));
+  state.SetLabel(kDocuments[state.range(0)]);
+  for (auto _ : state) Held copy(Session().clone(tree.object));
+}
+BENCHMARK(BM_Clone)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
+void BM_PeerJsonCopy(benchmark::State& state) {
+  const nlohmann::json& document = CorpusDocument(kDocuments[state.range(0)]);
+  state.SetLabel(kDocuments[state.range(0)]);
+  for (auto _ : state) {
+    nlohmann::json copy = document;
+    benchmark::DoNotOptimize(copy);
+  }
+}
+BENCHMARK(BM_PeerJsonCopy)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
+void BM_IsEqual(benchmark::State& state) {
+  Held tree(ToPOS(CorpusDocument(kDocuments[state.range(0)])));
+  Held copy(Session().clone(tree.object));
+  state.SetLabel(kDocuments[state.range(0)]);
+  for (auto _ : state) benchmark::DoNotOptimize(Session().isEqual(tree.object, copy.object));
+}
+BENCHMARK(BM_IsEqual)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
+void BM_PeerJsonEqual(benchmark::State& state) {
+  const nlohmann::json& document = CorpusDocument(kDocuments[state.range(0)]);
+  nlohmann::json copy = document;
+  state.SetLabel(kDocuments[state.range(0)]);
+  for (auto _ : state) benchmark::DoNotOptimize(document == copy);
+}
+BENCHMARK(BM_PeerJsonEqual)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
+// Writes the tree into a fresh runtime memory stream; returns its size.
+void BM_SerializeTypeA(benchmark::State& state) {
+  const Procs& p = Session();
+  Held tree(ToPOS(CorpusDocument(kDocuments[state.range(0)])));
+  Held streamer(p.newStreamer());
+  state.SetLabel(kDocuments[state.range(0)]);
+  for (auto _ : state) {
+    MOXContainer stream = nullptr;
+    p.newMemoryStream(&stream);
+    Held held(stream);
+    benchmark::DoNotOptimize(p.serialize(streamer.object, stream, tree.object, nullptr));
+  }
+}
+BENCHMARK(BM_SerializeTypeA)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
+void BM_PeerJsonDump(benchmark::State& state) {
+  const nlohmann::json& document = CorpusDocument(kDocuments[state.range(0)]);
+  state.SetLabel(kDocuments[state.range(0)]);
+  for (auto _ : state) benchmark::DoNotOptimize(document.dump());
+}
+BENCHMARK(BM_PeerJsonDump)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
+void BM_DeserializeTypeA(benchmark::State& state) {
+  const Procs& p = Session();
+  Held streamer(p.newStreamer());
+  MOXContainer stream = nullptr;
+  p.newMemoryStream(&stream);
+  Held held(stream);
+  {
+    Held tree(ToPOS(CorpusDocument(kDocuments[state.range(0)])));
+    p.serialize(streamer.object, stream, tree.object, nullptr);
+  }
+  typedef MOXErrorRef (*SeekProc)(MOXContainer, int64_t, int32_t);
+  MOXStringAtom seekName = p.newAtom("Seek");
+  MOXStringAtom seekType = p.newAtom("MOXPositionableStreamSeekProc");
+  void* seek = nullptr;
+  p.getMethod(&seek, stream, seekName, seekType, true);
+  p.deleteAtom(seekName);
+  p.deleteAtom(seekType);
+  state.SetLabel(kDocuments[state.range(0)]);
+  for (auto _ : state) {
+    reinterpret_cast<SeekProc>(seek)(stream, 0, 0);
+    Held tree(p.deserialize(streamer.object, stream));
+  }
+}
+BENCHMARK(BM_DeserializeTypeA)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
+void BM_PeerJsonParse(benchmark::State& state) {
+  std::string text = CorpusDocument(kDocuments[state.range(0)]).dump();
+  state.SetLabel(kDocuments[state.range(0)]);
+  for (auto _ : state) benchmark::DoNotOptimize(nlohmann::json::parse(text));
+}
+BENCHMARK(BM_PeerJsonParse)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
+void BM_CreateFromText(benchmark::State& state) {
+  std::ifstream file(std::string(MOX_EXAMPLES_DIR) + "/settings.pos");
+  std::stringstream text;
+  text << file.rdbuf();
+  std::string notation = text.str();
+  if (notation.empty()) notation = "<key (value) list [#1 #2 #3] nested <a #1 b (two)>>";
+  for (auto _ : state) Held tree(Session().createFromText(notation.c_str(), nullptr));
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(notation.size()));
+}
+BENCHMARK(BM_CreateFromText);
+
+}  // namespace
+}  // namespace moxbench
+
+BENCHMARK_MAIN();
