@@ -19,11 +19,12 @@ void Fetch(Proc& slot, const char* interfaceName, const char* method, const char
   }
 }
 
+moxhost::LoadedLibrary* gLibrary = nullptr;
+
 Procs Load() {
   std::string error;
-  moxhost::LoadedLibrary* library =
-      moxhost::LoadedLibrary::Open(moxhost::LoadedLibrary::DefaultPath(), &error);
-  if (library == nullptr || !library->Start()) {
+  gLibrary = moxhost::LoadedLibrary::Open(moxhost::LoadedLibrary::DefaultPath(), &error);
+  if (gLibrary == nullptr || !gLibrary->Start()) {
     std::fprintf(stderr, "pos_bench: can't start libMOXUtils: %s\n", error.c_str());
     std::exit(2);
   }
@@ -69,6 +70,11 @@ Procs Load() {
 const Procs& Session() {
   static const Procs procs = Load();
   return procs;
+}
+
+void EndSession() {
+  delete gLibrary;  // stops the library and unloads it
+  gLibrary = nullptr;
 }
 
 }  // namespace moxbench

@@ -42,6 +42,8 @@ struct Procs {
 // Starts the runtime and the library once for the process; aborts with a
 // message when either can't be had.
 const Procs& Session();
+// Stops the library and unloads it; every object must have been let go.
+void EndSession();
 
 // Takes a reference to an unowned result, as a component that keeps it does.
 inline MOXContainer Keep(MOXContainer object) {

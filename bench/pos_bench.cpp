@@ -241,4 +241,12 @@ BENCHMARK(BM_CreateFromText);
 }  // namespace
 }  // namespace moxbench
 
-BENCHMARK_MAIN();
+// The library is stopped before the process exits, as a host would.
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  moxbench::EndSession();
+  return 0;
+}

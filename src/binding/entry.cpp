@@ -51,7 +51,13 @@ struct StaticSetUp {
   }
 } gStaticSetUp;
 
+// Set by the exit hook. The library's static objects are destroyed right
+// after it, so a host that still calls MOXUtilsTerminate from its own exit
+// handlers must find nothing to do.
+bool gExited = false;
+
 void MOXUtilsAtExit(void*) {
+  gExited = true;
   MOX_T_MT::MOXTerminateStaticCaches();
   MOX_T_MT::MOXAbandonTerminationList();
   gMOXContainerTable.SetSlot(4, Address(&NoOpReleaseContainer));
@@ -170,7 +176,7 @@ extern "C" __attribute__((visibility("default"))) uint32_t MOXUtilsInitialize(
 }
 
 extern "C" __attribute__((visibility("default"))) void MOXUtilsTerminate(void) {
-  if (!gInitialized) return;
+  if (!gInitialized || gExited) return;
   gInitialized = false;
   try {
     UnregisterLibraryInterfaces();

@@ -104,6 +104,9 @@ struct LateHolder {
     if (gReportFd < 0) return;
     gExitHookHasRun = true;
     handles.reset();
+    // A host that stops the library from its own exit handlers, after the
+    // library's exit hook and static destructors: nothing left to do.
+    MOXUtilsTerminate();
     char text[32];
     int length = std::snprintf(text, sizeof text, "%d", gLateCalls);
     if (write(gReportFd, text, length) != length) _exit(3);
