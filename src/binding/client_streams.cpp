@@ -6,17 +6,6 @@
 
 namespace {
 
-// A client row whose proc-type name is the name of its C typedef, so that the
-// table and the public header can't drift apart.
-template <typename Proc>
-constexpr const char* ProcTypeName(const char* name) {
-  return name;
-}
-#define MOX_CLIENT_ROW(method, ProcType) \
-  { method, ProcTypeName<ProcType>(#ProcType) }
-#define MOX_CLIENT_END_ROW \
-  { "", "" }
-
 // ---- Factory table -------------------------------------------------------------
 
 constexpr MOXMethodRow kStreamFactoryRows[] = {

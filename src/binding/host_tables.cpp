@@ -59,56 +59,52 @@ void MOXInterfaceTable::Clear() {
 namespace {
 
 const MOXMethodRow kContainerRows[] = {
-    {"NewFullContainer", "MOXNewFullContainerV5Proc"},
-    {"NewContainer", "MOXNewContainerV2Proc"},
-    {"CloneContainer", "MOXCloneContainerProc"},
-    {"AddRef", "MOXAddRefContainerV2Proc"},
-    {"Release", "MOXReleaseContainerProc"},
-    {"DecrementWithoutDelete", "MOXDecrementWithoutDeleteProc"},
-    {"DeleteUnownedContainer", "MOXDeleteUnownedContainerProc"},
-    {"RegisterInterface", "MOXRegisterInterfaceV2Proc"},
-    {"RegisterInstance", "MOXRegisterInstanceV2Proc"},
-    {"GetMethod", "MOXGetMethodV3Proc"},
-    {"GetParentMethod", "MOXGetParentMethodV2Proc"},
-    {"GetInstance", "MOXGetInstanceProc"},
-    {"NGetInstance", "MOXNGetInstanceProc"},
-    {"GetSignature", "MOXGetSignatureProc"},
-    {"DebugGetRefCountAddr", "MOXGetRefCountAddrProc"},
-    {"GetOffsetToPrimaryInstance", "MOXGetOffsetToPrimaryInstProc"},
-    {"", ""},
+    MOX_CLIENT_ROW("NewFullContainer", MOXNewFullContainerV5Proc),
+    MOX_CLIENT_ROW("NewContainer", MOXNewContainerV2Proc),
+    MOX_CLIENT_ROW("CloneContainer", MOXCloneContainerProc),
+    MOX_CLIENT_ROW("AddRef", MOXAddRefContainerV2Proc),
+    MOX_CLIENT_ROW("Release", MOXReleaseContainerProc),
+    MOX_CLIENT_ROW("DecrementWithoutDelete", MOXDecrementWithoutDeleteProc),
+    MOX_CLIENT_ROW("DeleteUnownedContainer", MOXDeleteUnownedContainerProc),
+    MOX_CLIENT_ROW("RegisterInterface", MOXRegisterInterfaceV2Proc),
+    MOX_CLIENT_ROW("RegisterInstance", MOXRegisterInstanceV2Proc),
+    MOX_CLIENT_ROW("GetMethod", MOXGetMethodV3Proc),
+    MOX_CLIENT_ROW("GetParentMethod", MOXGetParentMethodV2Proc),
+    MOX_CLIENT_ROW("GetInstance", MOXGetInstanceProc),
+    MOX_CLIENT_ROW("NGetInstance", MOXNGetInstanceProc),
+    MOX_CLIENT_ROW("GetSignature", MOXGetSignatureProc),
+    MOX_CLIENT_ROW("DebugGetRefCountAddr", MOXGetRefCountAddrProc),
+    MOX_CLIENT_ROW("GetOffsetToPrimaryInstance", MOXGetOffsetToPrimaryInstProc),
+    MOX_CLIENT_END_ROW,
 };
 
 const MOXMethodRow kErrorRows[] = {
-    {"NewError", "MOXNewErrorProc"},
-    {"GetCoreError", "MOXGetCoreErrorProc"},
-    {"AddRef", "MOXErrorAddRefProcV2"},
-    {"Release", "MOXErrorReleaseProc"},
-    {"GetErrorMessage", "MOXErrorGetMessageProc"},
-    {"GetComponent", "MOXErrorGetComponentProc"},
-    {"GetID", "MOXErrorGetIDProc"},
-    {"GetErrorInfo", "MOXGetErrorInfoProc"},
-    {"", ""},
+    MOX_CLIENT_ROW("NewError", MOXNewErrorProc),
+    MOX_CLIENT_ROW("GetCoreError", MOXGetCoreErrorProc),
+    MOX_CLIENT_ROW("AddRef", MOXErrorAddRefProcV2),
+    MOX_CLIENT_ROW("Release", MOXErrorReleaseProc),
+    MOX_CLIENT_ROW("GetErrorMessage", MOXErrorGetMessageProc),
+    MOX_CLIENT_ROW("GetComponent", MOXErrorGetComponentProc),
+    MOX_CLIENT_ROW("GetID", MOXErrorGetIDProc),
+    MOX_CLIENT_ROW("GetErrorInfo", MOXGetErrorInfoProc),
+    MOX_CLIENT_END_ROW,
 };
 
 const MOXMethodRow kStringRows[] = {
-    {"NewStringAtom", "MOXNewStringAtomProc"},
-    {"DeleteStringAtom", "MOXDeleteStringAtomProc"},
-    {"GetCString", "MOXGetCStringProc"},
-    {"AddRef", "MOXAddRefStringAtomProc"},
-    {"", ""},
+    MOX_CLIENT_ROW("NewStringAtom", MOXNewStringAtomProc),
+    MOX_CLIENT_ROW("DeleteStringAtom", MOXDeleteStringAtomProc),
+    MOX_CLIENT_ROW("GetCString", MOXGetCStringProc),
+    MOX_CLIENT_ROW("AddRef", MOXAddRefStringAtomProc),
+    MOX_CLIENT_END_ROW,
 };
 
 const MOXMethodRow kMemoryRows[] = {
-    {"Alloc", "MOXMemAllocProc"},
-    {"Realloc", "MOXMemReallocProc"},
-    {"Free", "MOXMemFreeProc"},
-    {"GetBlockSize", "MOXMemGetBlockSizeProc"},
-    {"", ""},
+    MOX_CLIENT_ROW("Alloc", MOXMemAllocProc),
+    MOX_CLIENT_ROW("Realloc", MOXMemReallocProc),
+    MOX_CLIENT_ROW("Free", MOXMemFreeProc),
+    MOX_CLIENT_ROW("GetBlockSize", MOXMemGetBlockSizeProc),
+    MOX_CLIENT_END_ROW,
 };
-
-constexpr size_t kRowCount(size_t withClosingRow) {
-  return withClosingRow - 1;
-}
 
 void* gContainerSlots[16];
 void* gErrorSlots[8];
@@ -118,16 +114,12 @@ void* gMemorySlots[4];
 }  // namespace
 
 MOXInterfaceTable gMOXContainerTable("MOXContainerInterface", kContainerRows,
-                                     kRowCount(sizeof kContainerRows / sizeof kContainerRows[0]),
-                                     gContainerSlots, false);
-MOXInterfaceTable gMOXErrorTable("MOXErrorInterface", kErrorRows,
-                                 kRowCount(sizeof kErrorRows / sizeof kErrorRows[0]), gErrorSlots,
-                                 false);
-MOXInterfaceTable gMOXStringTable("MOXStringInterface", kStringRows,
-                                  kRowCount(sizeof kStringRows / sizeof kStringRows[0]),
+                                     MOXRowCount(kContainerRows), gContainerSlots, false);
+MOXInterfaceTable gMOXErrorTable("MOXErrorInterface", kErrorRows, MOXRowCount(kErrorRows),
+                                 gErrorSlots, false);
+MOXInterfaceTable gMOXStringTable("MOXStringInterface", kStringRows, MOXRowCount(kStringRows),
                                   gStringSlots, false);
-MOXInterfaceTable gMOXMemoryTable("MOXMemoryInterface", kMemoryRows,
-                                  kRowCount(sizeof kMemoryRows / sizeof kMemoryRows[0]),
+MOXInterfaceTable gMOXMemoryTable("MOXMemoryInterface", kMemoryRows, MOXRowCount(kMemoryRows),
                                   gMemorySlots, false);
 
 void* MOXMemory::AllocOrThrow(uint64_t size) {

@@ -25,6 +25,23 @@ struct MOXMethodRow {
   const char* procType;
 };
 
+// A row whose proc-type name is the name of its C typedef, so that a table
+// and the public headers can't drift apart: a misspelt name doesn't compile.
+template <typename Proc>
+constexpr const char* MOXProcTypeName(const char* name) {
+  return name;
+}
+#define MOX_CLIENT_ROW(method, ProcType) \
+  { method, MOXProcTypeName<ProcType>(#ProcType) }
+#define MOX_CLIENT_END_ROW \
+  { "", "" }
+
+// The rows of a table closed by its end row, which doesn't count.
+template <typename Row, size_t N>
+constexpr size_t MOXRowCount(const Row (&)[N]) {
+  return N - 1;
+}
+
 // ---- Process-wide binding state -------------------------------------------
 
 extern MOXLookupProc gHostLookupProc;  // the lookup slot; null while unbound

@@ -7,22 +7,6 @@
 
 namespace {
 
-// A client row whose proc-type name is the name of its C typedef, so that the
-// table and the public header can't drift apart.
-template <typename Proc>
-constexpr const char* ProcTypeName(const char* name) {
-  return name;
-}
-#define MOX_CLIENT_ROW(method, ProcType) \
-  { method, ProcTypeName<ProcType>(#ProcType) }
-#define MOX_CLIENT_END_ROW \
-  { "", "" }
-
-template <size_t N>
-constexpr size_t RowCount(const MOXMethodRow (&)[N]) {
-  return N - 1;  // the closing row doesn't count
-}
-
 constexpr MOXMethodRow kSharedBuffRows[] = {
     MOX_CLIENT_ROW("NewBuffer", MOXSharedBuffNewBufferV3Proc),
     MOX_CLIENT_ROW("DeleteUnowned", MOXSharedBuffDelUnownedProc),
@@ -32,7 +16,7 @@ constexpr MOXMethodRow kSharedBuffRows[] = {
     MOX_CLIENT_ROW("GetSize", MOXSharedBuffGetSizeProc),
     MOX_CLIENT_END_ROW,
 };
-static_assert(RowCount(kSharedBuffRows) == 6, "shared buffers have six methods");
+static_assert(MOXRowCount(kSharedBuffRows) == 6, "shared buffers have six methods");
 
 constexpr MOXMethodRow kCacheRows[] = {
     MOX_CLIENT_ROW("NewCacheID", MOXCacheNewCacheIDProc),
@@ -61,7 +45,7 @@ constexpr MOXMethodRow kCacheRows[] = {
     MOX_CLIENT_ROW("RemoveIDs", MOXCacheRemoveIDsProc),
     MOX_CLIENT_END_ROW,
 };
-static_assert(RowCount(kCacheRows) == 24, "the cache has 24 methods");
+static_assert(MOXRowCount(kCacheRows) == 24, "the cache has 24 methods");
 
 constexpr MOXMethodRow kProgressRows[] = {
     MOX_CLIENT_ROW("NewNullProgress", MOXProgressNewNullProgressProc),
@@ -71,7 +55,7 @@ constexpr MOXMethodRow kProgressRows[] = {
     MOX_CLIENT_ROW("Update", MOXProgressUpdateProc),
     MOX_CLIENT_END_ROW,
 };
-static_assert(RowCount(kProgressRows) == 5, "progress has five methods");
+static_assert(MOXRowCount(kProgressRows) == 5, "progress has five methods");
 
 constexpr MOXMethodRow kFilterRows[] = {
     MOX_CLIENT_ROW("NewNullDataSink", MOXFilterNewNullDataSinkV2Proc),
@@ -93,12 +77,12 @@ constexpr MOXMethodRow kFilterRows[] = {
     MOX_CLIENT_ROW("ResetChainState", MOXFilterResetChainStateProc),
     MOX_CLIENT_END_ROW,
 };
-static_assert(RowCount(kFilterRows) == 17, "filters have 17 methods");
+static_assert(MOXRowCount(kFilterRows) == 17, "filters have 17 methods");
 
-void* gSharedBuffSlots[RowCount(kSharedBuffRows)];
-void* gCacheSlots[RowCount(kCacheRows)];
-void* gProgressSlots[RowCount(kProgressRows)];
-void* gFilterSlots[RowCount(kFilterRows)];
+void* gSharedBuffSlots[MOXRowCount(kSharedBuffRows)];
+void* gCacheSlots[MOXRowCount(kCacheRows)];
+void* gProgressSlots[MOXRowCount(kProgressRows)];
+void* gFilterSlots[MOXRowCount(kFilterRows)];
 
 // Slots that the wrappers call.
 enum : size_t { kSharedBuffNewBuffer = 0 };
@@ -121,12 +105,12 @@ enum : size_t {
 // Shared buffers and caches keep their slots after a failed load; the others
 // are bound on demand and read as absent after one.
 MOXInterfaceTable gMOXSharedBuffTable("MOXSharedBuffInterface", kSharedBuffRows,
-                                      RowCount(kSharedBuffRows), gSharedBuffSlots, false);
-MOXInterfaceTable gMOXCacheTable("MOXCacheInterface", kCacheRows, RowCount(kCacheRows), gCacheSlots,
-                                 false);
-MOXInterfaceTable gMOXProgressTable("MOXProgressInterface", kProgressRows, RowCount(kProgressRows),
-                                    gProgressSlots, true);
-MOXInterfaceTable gMOXFilterTable("MOXFilterInterface", kFilterRows, RowCount(kFilterRows),
+                                      MOXRowCount(kSharedBuffRows), gSharedBuffSlots, false);
+MOXInterfaceTable gMOXCacheTable("MOXCacheInterface", kCacheRows, MOXRowCount(kCacheRows),
+                                 gCacheSlots, false);
+MOXInterfaceTable gMOXProgressTable("MOXProgressInterface", kProgressRows,
+                                    MOXRowCount(kProgressRows), gProgressSlots, true);
+MOXInterfaceTable gMOXFilterTable("MOXFilterInterface", kFilterRows, MOXRowCount(kFilterRows),
                                   gFilterSlots, true);
 
 // ---- Shared buffers --------------------------------------------------------------

@@ -7,83 +7,72 @@ namespace MOX_T_MT {
 
 namespace {
 
-// A client row whose proc-type name is the name of its C typedef, so that the
-// table and the public header can't drift apart.
-template <typename Proc>
-constexpr const char* ProcTypeName(const char* name) {
-  return name;
-}
-#define POS_CLIENT_ROW(method, ProcType) \
-  { method, ProcTypeName<ProcType>(#ProcType) }
-#define POS_CLIENT_END_ROW \
-  { "", "" }
-
 constexpr MOXMethodRow kStaticsRows[] = {
-    POS_CLIENT_ROW("DebugDump", POSObjectDebugDumpProc),
-    POS_CLIENT_ROW("DebugDumpWithHeader", POSObjectDebugDumpWithHeaderProc),
-    POS_CLIENT_ROW("DebugDumpRewind", POSObjectDebugDumpRewindProc),
-    POS_CLIENT_ROW("CreateFromText", POSObjectCreateFromTextProc),
-    POS_CLIENT_END_ROW,
+    MOX_CLIENT_ROW("DebugDump", POSObjectDebugDumpProc),
+    MOX_CLIENT_ROW("DebugDumpWithHeader", POSObjectDebugDumpWithHeaderProc),
+    MOX_CLIENT_ROW("DebugDumpRewind", POSObjectDebugDumpRewindProc),
+    MOX_CLIENT_ROW("CreateFromText", POSObjectCreateFromTextProc),
+    MOX_CLIENT_END_ROW,
 };
 constexpr MOXMethodRow kNumberRows[] = {
-    POS_CLIENT_ROW("NewPOSNumber", POSNumberNewPOSNumberProc),
-    POS_CLIENT_ROW("IsPOSNumber", POSNumberIsPOSNumberProc),
-    POS_CLIENT_ROW("Get", POSNumberGetProc),
-    POS_CLIENT_END_ROW,
+    MOX_CLIENT_ROW("NewPOSNumber", POSNumberNewPOSNumberProc),
+    MOX_CLIENT_ROW("IsPOSNumber", POSNumberIsPOSNumberProc),
+    MOX_CLIENT_ROW("Get", POSNumberGetProc),
+    MOX_CLIENT_END_ROW,
 };
 constexpr MOXMethodRow kStringRows[] = {
-    POS_CLIENT_ROW("NewPOSString", POSStringNewPOSStringProc),
-    POS_CLIENT_ROW("IsPOSString", POSStringIsPOSStringProc),
-    POS_CLIENT_ROW("Get", POSStringGetProc),
-    POS_CLIENT_END_ROW,
+    MOX_CLIENT_ROW("NewPOSString", POSStringNewPOSStringProc),
+    MOX_CLIENT_ROW("IsPOSString", POSStringIsPOSStringProc),
+    MOX_CLIENT_ROW("Get", POSStringGetProc),
+    MOX_CLIENT_END_ROW,
 };
 constexpr MOXMethodRow kUnicodeStringRows[] = {
-    POS_CLIENT_ROW("NewPOSUnicodeString", POSUnicodeStringNewPOSUnicodeStringProc),
-    POS_CLIENT_ROW("IsPOSUnicodeString", POSUnicodeStringIsPOSUnicodeStringProc),
-    POS_CLIENT_ROW("Get", POSUnicodeStringGetProc),
-    POS_CLIENT_END_ROW,
+    MOX_CLIENT_ROW("NewPOSUnicodeString", POSUnicodeStringNewPOSUnicodeStringProc),
+    MOX_CLIENT_ROW("IsPOSUnicodeString", POSUnicodeStringIsPOSUnicodeStringProc),
+    MOX_CLIENT_ROW("Get", POSUnicodeStringGetProc),
+    MOX_CLIENT_END_ROW,
 };
 constexpr MOXMethodRow kBinDataRows[] = {
-    POS_CLIENT_ROW("NewPOSBinData", POSBinDataNewPOSBinDataProc),
-    POS_CLIENT_ROW("IsPOSBinData", POSBinDataIsPOSBinDataProc),
-    POS_CLIENT_ROW("GetTypeName", POSBinDataGetTypeNameProc),
-    POS_CLIENT_ROW("GetBinData", POSBinDataGetBinDataProc),
-    POS_CLIENT_ROW("GetSize", POSBinDataGetSizeProc),
-    POS_CLIENT_END_ROW,
+    MOX_CLIENT_ROW("NewPOSBinData", POSBinDataNewPOSBinDataProc),
+    MOX_CLIENT_ROW("IsPOSBinData", POSBinDataIsPOSBinDataProc),
+    MOX_CLIENT_ROW("GetTypeName", POSBinDataGetTypeNameProc),
+    MOX_CLIENT_ROW("GetBinData", POSBinDataGetBinDataProc),
+    MOX_CLIENT_ROW("GetSize", POSBinDataGetSizeProc),
+    MOX_CLIENT_END_ROW,
 };
 constexpr MOXMethodRow kRawPointerRows[] = {
-    POS_CLIENT_ROW("NewPOSRawPointer", POSRawPointerNewPOSRawPointerProc),
-    POS_CLIENT_ROW("IsPOSRawPointer", POSRawPointerIsPOSRawPointerProc),
-    POS_CLIENT_ROW("GetRawPointer", POSRawPointerGetRawPointerProc),
-    POS_CLIENT_ROW("GetReleaseProc", POSRawPointerGetReleaseProcProc),
-    POS_CLIENT_END_ROW,
+    MOX_CLIENT_ROW("NewPOSRawPointer", POSRawPointerNewPOSRawPointerProc),
+    MOX_CLIENT_ROW("IsPOSRawPointer", POSRawPointerIsPOSRawPointerProc),
+    MOX_CLIENT_ROW("GetRawPointer", POSRawPointerGetRawPointerProc),
+    MOX_CLIENT_ROW("GetReleaseProc", POSRawPointerGetReleaseProcProc),
+    MOX_CLIENT_END_ROW,
 };
 constexpr MOXMethodRow kArrayRows[] = {
-    POS_CLIENT_ROW("NewPOSArray", POSArrayNewPOSArrayProc),
-    POS_CLIENT_ROW("IsPOSArray", POSArrayIsPOSArrayProc),
-    POS_CLIENT_ROW("GetAt", POSArrayGetAtProc),
-    POS_CLIENT_ROW("Count", POSArrayCountProc),
-    POS_CLIENT_ROW("SetAt", POSArraySetAtProc),
-    POS_CLIENT_ROW("Append", POSArrayAppendProc),
-    POS_CLIENT_ROW("Remove", POSArrayRemoveProc),
-    POS_CLIENT_END_ROW,
+    MOX_CLIENT_ROW("NewPOSArray", POSArrayNewPOSArrayProc),
+    MOX_CLIENT_ROW("IsPOSArray", POSArrayIsPOSArrayProc),
+    MOX_CLIENT_ROW("GetAt", POSArrayGetAtProc),
+    MOX_CLIENT_ROW("Count", POSArrayCountProc),
+    MOX_CLIENT_ROW("SetAt", POSArraySetAtProc),
+    MOX_CLIENT_ROW("Append", POSArrayAppendProc),
+    MOX_CLIENT_ROW("Remove", POSArrayRemoveProc),
+    MOX_CLIENT_END_ROW,
 };
 constexpr MOXMethodRow kDictRows[] = {
-    POS_CLIENT_ROW("NewPOSDict", POSDictNewPOSDictProc),
-    POS_CLIENT_ROW("IsPOSDict", POSDictIsPOSDictProc),
-    POS_CLIENT_ROW("Get", POSDictGetProc),
-    POS_CLIENT_ROW("DeepGet", POSDictDeepGetProc),
-    POS_CLIENT_ROW("Put", POSDictPutProc),
-    POS_CLIENT_ROW("Remove", POSDictRemoveProc),
-    POS_CLIENT_END_ROW,
+    MOX_CLIENT_ROW("NewPOSDict", POSDictNewPOSDictProc),
+    MOX_CLIENT_ROW("IsPOSDict", POSDictIsPOSDictProc),
+    MOX_CLIENT_ROW("Get", POSDictGetProc),
+    MOX_CLIENT_ROW("DeepGet", POSDictDeepGetProc),
+    MOX_CLIENT_ROW("Put", POSDictPutProc),
+    MOX_CLIENT_ROW("Remove", POSDictRemoveProc),
+    MOX_CLIENT_END_ROW,
 };
 constexpr MOXMethodRow kDictIteratorRows[] = {
-    POS_CLIENT_ROW("NewPOSDictIterator", POSDictIteratorNewPOSDictIteratorProc),
-    POS_CLIENT_ROW("Begin", POSDictIteratorBeginProc),
-    POS_CLIENT_ROW("Next", POSDictIteratorNextProc),
-    POS_CLIENT_ROW("IsDone", POSDictIteratorIsDoneProc),
-    POS_CLIENT_ROW("CurKey", POSDictIteratorCurKeyProc),
-    POS_CLIENT_END_ROW,
+    MOX_CLIENT_ROW("NewPOSDictIterator", POSDictIteratorNewPOSDictIteratorProc),
+    MOX_CLIENT_ROW("Begin", POSDictIteratorBeginProc),
+    MOX_CLIENT_ROW("Next", POSDictIteratorNextProc),
+    MOX_CLIENT_ROW("IsDone", POSDictIteratorIsDoneProc),
+    MOX_CLIENT_ROW("CurKey", POSDictIteratorCurKeyProc),
+    MOX_CLIENT_END_ROW,
 };
 
 template <size_t N>

@@ -295,33 +295,28 @@ const MOXServerRow kDictIteratorRows[] = {
     MOX_SERVER_END_ROW,
 };
 
-template <size_t N>
-constexpr size_t RowCount(const MOXServerRow (&)[N]) {
-  return N - 1;  // without the closing row
-}
-
 }  // namespace
 }  // namespace NPOSObjectImpl
 
 using namespace NPOSObjectImpl;  // NOLINT: the tables below name the rows above
 
 const MOXServerInterface gPOSObjectServerInterface = {"POSObjectInterface", kObjectRows,
-                                                      RowCount(kObjectRows)};
+                                                      MOXRowCount(kObjectRows)};
 const MOXServerInterface gPOSObjectStaticsServerInterface = {"POSObjectStatics", kStaticsRows,
-                                                             RowCount(kStaticsRows)};
+                                                             MOXRowCount(kStaticsRows)};
 const MOXServerInterface gPOSNumberServerInterface = {"POSNumberInterface", kNumberRows,
-                                                      RowCount(kNumberRows)};
+                                                      MOXRowCount(kNumberRows)};
 const MOXServerInterface gPOSStringServerInterface = {"POSStringInterface", kStringRows,
-                                                      RowCount(kStringRows)};
+                                                      MOXRowCount(kStringRows)};
 const MOXServerInterface gPOSUnicodeStringServerInterface = {
-    "POSUnicodeStringInterface", kUnicodeStringRows, RowCount(kUnicodeStringRows)};
+    "POSUnicodeStringInterface", kUnicodeStringRows, MOXRowCount(kUnicodeStringRows)};
 const MOXServerInterface gPOSBinDataServerInterface = {"POSBinDataInterface", kBinDataRows,
-                                                       RowCount(kBinDataRows)};
+                                                       MOXRowCount(kBinDataRows)};
 const MOXServerInterface gPOSRawPointerServerInterface = {"POSRawPointerInterface", kRawPointerRows,
-                                                          RowCount(kRawPointerRows)};
+                                                          MOXRowCount(kRawPointerRows)};
 const MOXServerInterface gPOSArrayServerInterface = {"POSArrayInterface", kArrayRows,
-                                                     RowCount(kArrayRows)};
+                                                     MOXRowCount(kArrayRows)};
 const MOXServerInterface gPOSDictServerInterface = {"POSDictInterface", kDictRows,
-                                                    RowCount(kDictRows)};
+                                                    MOXRowCount(kDictRows)};
 const MOXServerInterface gPOSDictIteratorServerInterface = {
-    "POSDictIteratorInterface", kDictIteratorRows, RowCount(kDictIteratorRows)};
+    "POSDictIteratorInterface", kDictIteratorRows, MOXRowCount(kDictIteratorRows)};
