@@ -84,30 +84,25 @@ struct POSProcs {
     release(Keep(object));
   }
 
-  // Calls `proc` with an atom of `text` that lives for the call only.
-  template <typename Proc, typename... Rest>
-  auto WithAtom(Proc proc, MOXContainer dict, const char* text, Rest... rest) const {
-    MOXStringAtom atom = newAtom(text);
-    struct Drop {
-      const POSProcs* procs;
-      MOXStringAtom atom;
-      ~Drop() { procs->deleteAtom(atom); }
-    } drop{this, atom};
-    return proc(dict, atom, rest...);
-  }
+  // An atom of a C string that lives to the end of the full expression.
+  struct Atom {
+    const POSProcs& p;
+    MOXStringAtom atom;
+    ~Atom() { p.deleteAtom(atom); }
+  };
 
   // Dict methods with a C-string key; the atom lives for the call only.
   MOXContainer Get(MOXContainer dict, const char* key) const {
-    return WithAtom(get, dict, key);
+    return get(dict, Atom{*this, newAtom(key)}.atom);
   }
   MOXContainer DeepGet(MOXContainer dict, const char* address) const {
-    return WithAtom(deepGet, dict, address);
+    return deepGet(dict, Atom{*this, newAtom(address)}.atom);
   }
   void Put(MOXContainer dict, const char* key, MOXContainer value) const {
-    WithAtom(put, dict, key, value);
+    put(dict, Atom{*this, newAtom(key)}.atom, value);
   }
   void Remove(MOXContainer dict, const char* key) const {
-    WithAtom(remove, dict, key);
+    remove(dict, Atom{*this, newAtom(key)}.atom);
   }
 };
 

@@ -1,73 +1,110 @@
-// Out of memory at every allocation of a scenario that builds a tree, clones
-// it and compares the two, as a careful foreign component would: no crash,
-// a null or neutral result with a report, and nothing left behind.
+// Out of memory at every allocation of a scenario, as a careful foreign
+// component would meet it: no crash, a null or neutral result with a report,
+// and nothing left behind.
 #include "pos/pos_fixture.h"
 
 namespace moxtest {
 namespace {
 
-using OutOfMemory = POSFixture;
+class OutOfMemory : public POSFixture {
+ protected:
+  // Runs `scenario`, which tells whether it came out whole, with the nth
+  // allocation (or string atom) failing, for n = 1, 2, ... up to the first
+  // run that the fault does not reach. Every run gives back all it took; one
+  // that met the fault reports the exhaustion first, then only `then`.
+  template <typename Scenario>
+  void FailEachInTurn(bool atoms, const std::string& then, Scenario scenario) {
+    moxhost::Runtime& rt = moxhost::Runtime::Get();
+    const moxhost::LiveCounts before = rt.Counts();
+    const int32_t objects = NPOSObjectImpl::BaseObject::LiveObjectCount();
+    uint64_t n = 1;
+    for (;; ++n) {
+      SCOPED_TRACE((atoms ? "atom " : "allocation ") + std::to_string(n));
+      ASSERT_LT(n, 1000u);
+      const uint64_t callsBefore = rt.AllocationCalls();
+      atoms ? rt.FailNthStringAtom(n) : rt.FailNthAllocation(n);
+      const bool whole = scenario();
+      rt.ClearFaults();
+      const Reports reports = TakeReports();
+      // Atoms are not counted: for them, the report tells that one failed.
+      const bool reached = atoms ? !reports.empty() : rt.AllocationCalls() - callsBefore >= n;
+      EXPECT_EQ(CountsDiff(before, rt.Counts()), "");
+      EXPECT_EQ(NPOSObjectImpl::BaseObject::LiveObjectCount(), objects);
+      if (!reached) {
+        EXPECT_TRUE(whole);
+        EXPECT_EQ(reports, Reports{});
+        break;
+      }
+      EXPECT_FALSE(whole);
+      ASSERT_FALSE(reports.empty()) << "a fault went unreported";
+      EXPECT_EQ(reports.front(), std::bad_alloc().what());
+      for (size_t i = 1; i < reports.size(); ++i) EXPECT_EQ(reports[i], then) << i;
+    }
+    EXPECT_GT(n, 5u) << "the scenario allocates at every step";
+  }
+};
 
-// Builds <list [0 <k s>] u `A` d bin>, clones and compares; skips any step
-// whose input came back null. Returns whether every object was made (a failed
-// Append or Put shows only in the reports).
-bool BuildCloneCompare(const POSProcs& p) {
-  bool complete = true;
-  auto keep = [&](MOXContainer object) {
-    complete = complete && object != nullptr;
-    return p.Keep(object);
-  };
-  MOXContainer root = keep(p.newDict());
-  if (root == nullptr) return false;
-  MOXContainer list = keep(p.newArray());
-  MOXContainer zero = keep(p.newNumber(0));
-  MOXContainer inner = keep(p.newDict());
-  MOXContainer text = keep(p.newString("s"));
+// <list [0 <k s>] u `A` d bin>, each step skipped when its input came back
+// null; a failed Append or Put shows only in the reports.
+MOXContainer Build(const POSProcs& p) {
+  MOXContainer root = p.Keep(p.newDict());
+  if (root == nullptr) return nullptr;
+  MOXContainer list = p.Keep(p.newArray());
+  MOXContainer zero = p.Keep(p.newNumber(0));
+  MOXContainer inner = p.Keep(p.newDict());
+  MOXContainer text = p.Keep(p.newString("s"));
   const uint16_t units[] = {0x41, 0};
-  MOXContainer unicode = keep(p.newUnicode(units));
-  MOXContainer bin = keep(p.newBinData("bin", "bytes", 5));
+  MOXContainer unicode = p.Keep(p.newUnicode(units));
+  MOXContainer bin = p.Keep(p.newBinData("bin", "bytes", 5));
   if (list && zero) p.append(list, zero);
   if (inner && text) p.Put(inner, "k", text);
   if (list && inner) p.append(list, inner);
   if (list) p.Put(root, "list", list);
   if (unicode) p.Put(root, "u", unicode);
   if (bin) p.Put(root, "d", bin);
-  MOXContainer copy = keep(p.clone(root));
-  if (copy != nullptr) {
-    EXPECT_TRUE(p.isEqual(root, copy));
-    EXPECT_TRUE(p.isEqual(copy, root));
-  }
-  for (MOXContainer object : {root, list, zero, inner, text, unicode, bin, copy}) {
+  for (MOXContainer object : {list, zero, inner, text, unicode, bin}) {
     if (object != nullptr) p.release(object);
   }
-  return complete;
+  return root;
 }
 
 TEST_F(OutOfMemory, EveryAllocationOfBuildAndCloneMayFail) {
-  moxhost::Runtime& rt = moxhost::Runtime::Get();
-  int32_t objects = NPOSObjectImpl::BaseObject::LiveObjectCount();
-  uint64_t n = 1;
-  for (;; ++n) {
-    uint64_t callsBefore = rt.AllocationCalls();
-    rt.FailNthAllocation(n);
-    bool complete = BuildCloneCompare(p);
-    rt.ClearFaults();
-    bool faultFired = rt.AllocationCalls() - callsBefore >= n;
-    Reports reports = TakeReports();
-    EXPECT_EQ(CountsDiff(started_, rt.Counts()), "") << "allocation " << n;
-    EXPECT_EQ(NPOSObjectImpl::BaseObject::LiveObjectCount(), objects) << "allocation " << n;
-    if (!faultFired) {
-      EXPECT_TRUE(complete);
-      EXPECT_EQ(reports, Reports{});
-      break;
+  MOXContainer reference = Build(p);
+  // A clone that fails reports once more for each level above the failure.
+  FailEachInTurn(false, "CPOSObject::Clone failed", [&] {
+    MOXContainer root = Build(p);
+    MOXContainer copy = root != nullptr ? p.Keep(p.clone(root)) : nullptr;
+    if (copy != nullptr) {
+      EXPECT_TRUE(p.isEqual(root, copy) && p.isEqual(copy, root));
     }
-    ASSERT_FALSE(reports.empty()) << "allocation " << n;
-    EXPECT_EQ(reports.front(), std::bad_alloc().what()) << "allocation " << n;
-    for (size_t i = 1; i < reports.size(); ++i) {
-      EXPECT_EQ(reports[i], "CPOSObject::Clone failed") << "allocation " << n;
+    const bool whole = copy != nullptr && p.isEqual(copy, reference) && p.isEqual(reference, copy);
+    for (MOXContainer object : {root, copy}) {
+      if (object != nullptr) p.release(object);
     }
-  }
-  EXPECT_GT(n, 15u) << "the scenario allocates at every step";
+    return whole;
+  });
+  p.release(reference);
+}
+
+// The parse gives null, or the tree without what could not be added.
+TEST_F(OutOfMemory, EveryAllocationAndAtomOfAParseMayFail) {
+  auto create = reinterpret_cast<POSObjectCreateFromTextProc>(moxhost::Runtime::LookupProc()(
+      "POSObjectStatics", "CreateFromText", "POSObjectCreateFromTextProc"));
+  const char* const text = "<list [1 (two) `0033` <four [4]>] name x>";
+  MOXContainer complete = p.Keep(create(text, nullptr));
+  auto parse = [&] {
+    const char* position = text;
+    MOXContainer object = p.Keep(create(text, &position));
+    EXPECT_EQ(position, nullptr) << "running out is no syntax error";
+    if (object == nullptr) return false;
+    const bool whole = p.isEqual(object, complete) && p.isEqual(complete, object);
+    p.release(object);
+    return whole;
+  };
+  // The entry that was handed no object reports it as well.
+  FailEachInTurn(false, "invalid container", parse);
+  FailEachInTurn(true, "invalid container", parse);
+  p.release(complete);
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 // Reading: what each input gives, or the words of its refusal, and where the
 // stream stands afterwards.
-#include <algorithm>
-
 #include "binding/errors.h"
-#include "binding/server_tables.h"
 #include "streamer/version10.h"
 #include "streamer_fixture.h"
 
@@ -32,8 +29,10 @@ class ReaderTest : public StreamerTest {
   }
 };
 
-TEST_F(ReaderTest, Numbers) {
+TEST_F(ReaderTest, EachInputGivesItsObjectOrItsRefusal) {
+  const std::string s32(32, 's'), s64(64, 's');
   const ReadCase cases[] = {
+      // Numbers
       {"# ", "malformed number", -1},
       {"#" + std::string(61, '0') + "5 ", "#5 ", -1},
       {"#" + std::string(63, '0') + " ", "malformed number", 64},
@@ -49,13 +48,7 @@ TEST_F(ReaderTest, Numbers) {
       {"[#1] ", "malformed number", -1},
       {"[#1]", "unexpected EOF", -1},
       {"\\0431 ", "#1 ", -1},
-  };
-  for (const ReadCase& c : cases) Check(c);
-}
-
-TEST_F(ReaderTest, StringsAndUnicodeStrings) {
-  const std::string s32(32, 's'), s64(64, 's');
-  const ReadCase cases[] = {
+      // Strings and Unicode strings
       {"\"" + s32 + "\"", "\"" + s32 + "\"", -1},
       {"\"" + s64 + "\"", "\"" + s64 + "\"", -1},
       {"\"ab\\000cd\"", "\"ab\"", -1},
@@ -67,12 +60,7 @@ TEST_F(ReaderTest, StringsAndUnicodeStrings) {
       {"`0041zzzz`", "`00410041`", -1},
       {"`00e9A`", "malformed Unicode string", -1},
       {"``", "``", -1},
-  };
-  for (const ReadCase& c : cases) Check(c);
-}
-
-TEST_F(ReaderTest, BinaryData) {
-  const ReadCase cases[] = {
+      // Binary data
       {"{\"t\" #2.5 01 \n\t0 2 }", "{\"t\" #2  \n\t0102\n}", -1},
       {"{\"\" #0 }", "{\"\" #0  \n}", -1},
       {"{\"t\" #3  0102}", "GetChars ran out of input", -1},
@@ -80,12 +68,7 @@ TEST_F(ReaderTest, BinaryData) {
       {"{\"t\" #-1 }", "std::bad_alloc", 9},
       {"{#1 #1 01}", "downcast from CPOSObject to CPOSString failed", 4},
       {"{\"t\" \"x\" }", "downcast from CPOSObject to CPOSNumber failed", 8},
-  };
-  for (const ReadCase& c : cases) Check(c);
-}
-
-TEST_F(ReaderTest, ContainersAndRawPointers) {
-  const ReadCase cases[] = {
+      // Containers and raw pointers
       {"<\"b\" #2 \"a\" #1 \"b\" #3 >", "<\n\t\"a\" #1 \n\t\"b\" #3 \n>", -1},
       {"<\"a\\\"\\nb\" []>", "<\n\t\"a\\\"\\nb\" [\n\t]\n>", -1},
       {"<#1 #2 >", "downcast from CPOSObject to CPOSString failed", 4},
@@ -96,12 +79,7 @@ TEST_F(ReaderTest, ContainersAndRawPointers) {
       {"[\\]]", "Cannot determine streaming params", 3},
       {"\0"s, "POSObjectStreamerImpl::Deserialize failure", -1},
       {"$0x1 ", "Cannot meaningfully read in a raw pointer (write is for debugging only)", 1},
-  };
-  for (const ReadCase& c : cases) Check(c);
-}
-
-TEST_F(ReaderTest, VersionNames) {
-  const ReadCase cases[] = {
+      // Version names
       {"", "getNextChar unexpected EOF", -1, true},
       {"  " + kHeader + "#1 ", "#1 ", -1, true},
       {"\n" + kHeader + "#1 ", "StreamerBase::LookupStreamer unrecognized version", 29, true},
@@ -149,14 +127,6 @@ TEST_F(StreamerTest, AFailedNestedReadPutsEveryFormBack) {
   EXPECT_THROW(version.ReadObject(in), POSException);
   EXPECT_EQ(in.params.escapes, kOuterEscapes);
   EXPECT_EQ(in.params.closeChar, 0);
-}
-
-TEST(StreamerInterface, IsUnregisteredBeforeTheObjectModel) {
-  const MOXInterfaceNameList list = MOXInterfacesToUnregister();
-  const std::vector<std::string> names(list.names, list.names + list.count);
-  auto at = [&](const char* name) { return std::find(names.begin(), names.end(), name); };
-  EXPECT_NE(at("POSStreamerInterface"), names.end());
-  EXPECT_LT(at("POSStreamerInterface"), at("POSObjectInterface"));
 }
 
 }  // namespace

@@ -1,7 +1,11 @@
 // The JSON mapping both ways: what each JSON value becomes in POS (seen in
-// the TypeA that posctl writes), and what comes back.
+// the TypeA that posctl writes), and what comes back, on small inputs made
+// for each point and on the shared corpus.
+#include <dirent.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "posctl_runner.h"
@@ -11,36 +15,31 @@ namespace {
 
 constexpr char kMapping[] = "tests/tools/data/json/mapping.json";
 
-TEST(JsonMapping, WayInAsTypeA) {
+// What each JSON value becomes, seen in the TypeA that posctl writes, and
+// the same JSON back but for booleans, which POS keeps as strings; an object
+// with keys besides the two of binary data stays a dictionary.
+TEST(JsonMapping, BothWays) {
   Result result = RunPosctl({"convert", kMapping});
   ASSERT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "");
   ExpectMatchesFile(result.out, "mapping.typea");
-  // The points of the mapping, each in its TypeA form.
+  // The points of the mapping, each in its TypeA form, worked out by hand.
   const std::vector<std::string> forms = {
-      "\"latin1\" \"Gr\\374\\337e, Zo\\353\"",                   // one byte per character
-      "\"unicode\" `041f04400438043204350442002c00204E16754c`",  // UTF-16
-      "\"astral\" `006e006f0074006500730020D83dDCdd`",           // a surrogate pair
-      "\"flags\" [\n\t\t\"true\"\n\t\t\"false\"\n\t]",           // booleans are strings
-      "\"blob\" {\"Thumbnail\" #6  \n\t\t00017F80FFAB\n\t}",     // binary data
-      "\"empty\" {\"\" #0  \n\t}",
-      "\"\\320\\272\\320\\273\\321\\216\\321\\207\" ",  // a key keeps its UTF-8 bytes
-      "#-0 ",                                           // -0.0 keeps its sign
+      "\"latin1\" \"Gr\\374\\337e, Zo\\353\"",                // one byte per character
+      "\"astral\" `006e006f0074006500730020D83dDCdd`",        // a surrogate pair
+      "\"flags\" [\n\t\t\"true\"\n\t\t\"false\"\n\t]",        // booleans are strings
+      "\"blob\" {\"Thumbnail\" #6  \n\t\t00017F80FFAB\n\t}",  // binary data
+      "\"\\320\\272\\320\\273\\321\\216\\321\\207\" ",        // a key keeps its UTF-8 bytes
+      "#-0 ",                                                 // -0.0 keeps its sign
   };
   for (const std::string& form : forms) {
     EXPECT_NE(result.out.find(form), std::string::npos) << form;
   }
-}
-
-TEST(JsonMapping, WayBackGivesTheSameJsonButForBooleans) {
-  Result typeA = RunPosctl({"convert", kMapping});
-  ASSERT_EQ(typeA.status, 0) << typeA.err;
   const std::string path = TempPath("mapping.typea");
-  WriteFile(path, typeA.out);
+  WriteFile(path, result.out);
   Result back = RunPosctl({"convert", "--to", "json", path});
   ASSERT_EQ(back.status, 0) << back.err;
   ExpectMatchesFile(back.out, "mapping_back.json");
-
   nlohmann::json original = nlohmann::json::parse(ReadFile(SourcePath(kMapping)));
   original["flags"] = {"true", "false"};
   original["blob"]["hex"] = "00017F80FFAB";  // hexadecimal digits come back in capitals
@@ -89,10 +88,78 @@ TEST(JsonMapping, ValuesWithoutJsonFormAreRefusedBeforeAnythingIsWritten) {
                                "'list[1]' has no JSON form\n");
 }
 
-TEST(JsonMapping, AnObjectWithMoreThanTheTwoKeysStaysADictionary) {
-  Result result = RunPosctl({"get", "--json", "--compact", "notBinData", kMapping});
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(result.out, "{\"$bindata\":\"X\",\"extra\":1,\"hex\":\"00\"}\n");
+// Real data from ../shared/corpus, read in place where the folder exists:
+// each JSON file goes JSON -> TypeA -> JSON and comes back equal, and the
+// JSON checker files are accepted or refused as they are marked.
+const std::string kCorpus = POSCTL_CORPUS_DIR;
+constexpr char kNullAs[] = "(null)";
+
+std::vector<std::string> FilesIn(const std::string& dir, const std::string& suffix) {
+  std::vector<std::string> names;
+  if (DIR* d = opendir(dir.c_str())) {
+    while (dirent* entry = readdir(d)) {
+      std::string name = entry->d_name;
+      if (name.size() > suffix.size() &&
+          name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
+        names.push_back(name);
+      }
+    }
+    closedir(d);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// The JSON that comes back after the mapping: true, false and null as the
+// strings that stand for them, and every number as the double nearest to it.
+nlohmann::json AfterMapping(const nlohmann::json& original) {
+  if (original.is_null()) return kNullAs;
+  if (original.is_boolean()) return original.get<bool>() ? "true" : "false";
+  if (original.is_number()) return original.get<double>();
+  nlohmann::json mapped = original;
+  if (original.is_structured()) {
+    for (auto it = mapped.begin(); it != mapped.end(); ++it) *it = AfterMapping(*it);
+  }
+  return mapped;
+}
+
+TEST(Corpus, EachJsonFileComesBackEqualThroughTypeA) {
+  const std::vector<std::string> files = FilesIn(kCorpus, ".json");
+  if (files.empty()) GTEST_SKIP() << "no corpus at " << kCorpus;
+  for (const std::string& name : files) {
+    SCOPED_TRACE(name);
+    const std::string typeA = TempPath(name + ".typea");
+    Result in = RunPosctl({"convert", "--null-as", kNullAs, kCorpus + "/" + name, "-o", typeA});
+    ASSERT_EQ(in.status, 0) << in.err;
+    Result out = RunPosctl({"convert", "--to", "json", typeA});
+    ASSERT_EQ(out.status, 0) << out.err;
+    const nlohmann::json expected =
+        AfterMapping(nlohmann::json::parse(ReadFile(kCorpus + "/" + name)));
+    const nlohmann::json back = nlohmann::json::parse(out.out);
+    EXPECT_TRUE(back == expected) << nlohmann::json::diff(expected, back).dump().substr(0, 400);
+    std::remove(typeA.c_str());
+  }
+}
+
+// The files marked _EXCLUDE are disputed cases (a bare string at the top,
+// nesting past twenty levels), which posctl accepts.
+TEST(Corpus, JsonCheckerFilesAreAcceptedOrRefusedAsMarked) {
+  const std::string dir = kCorpus + "/jsonchecker";
+  const std::vector<std::string> files = FilesIn(dir, ".json");
+  if (files.empty()) GTEST_SKIP() << "no corpus at " << dir;
+  for (const std::string& name : files) {
+    const std::string path = dir + "/" + name;
+    Result result = RunPosctl({"check", "--null-as", kNullAs, path});
+    if (name.rfind("pass", 0) == 0 || name.find("_EXCLUDE") != std::string::npos) {
+      EXPECT_EQ(result.status, 0) << name << ": " << result.err;
+      EXPECT_EQ(result.err, "") << name;
+    } else {
+      EXPECT_EQ(result.status, 1) << name;
+      EXPECT_EQ(result.out, "") << name;
+      EXPECT_NE(result.err.find(path + ":1:"), std::string::npos) << result.err;
+      EXPECT_NE(result.err.find("error: syntax error"), std::string::npos) << result.err;
+    }
+  }
 }
 
 }  // namespace

@@ -43,45 +43,31 @@ TEST(Limits, DefaultDepthOf512IsAcceptedAnd513RefusedInEveryFormat) {
   ExpectMatchesFile(refusals, "depth_513.stderr");
 }
 
-TEST(Limits, MaxDepthOptionMovesTheLimit) {
-  const std::string path = TempPath("dicts.pos");
-  WriteFile(path, NestedDicts(20));
-  EXPECT_EQ(RunPosctl({"check", "--max-depth", "20", path}).status, 0);
-  Result refused = RunPosctl({"check", "--max-depth", "19", path});
-  EXPECT_EQ(refused.status, 1);
-  EXPECT_NE(refused.err.find(":1:58: error: nesting deeper than 19 levels (see --max-depth)"),
-            std::string::npos)
-      << refused.err;
-
-  Result deep = RunPosctl({"convert", "--max-depth", "5000", "-o", TempPath("deep.typea"), path});
-  EXPECT_EQ(deep.status, 0) << deep.err;
-}
-
-// Brackets inside strings open nothing: the scan must not count them.
-TEST(Limits, BracketsInsideStringsDoNotCount) {
+// --max-depth moves the limit. Brackets inside strings open nothing, so the
+// scan must not count them; an opening byte written as an octal escape still
+// opens an object for the library's reader, so it counts.
+TEST(Limits, MaxDepthOptionMovesTheLimitAndCountsOnlyWhatOpens) {
   const std::string brackets(600, '[');
-  const std::string notation = TempPath("strings.pos");
-  WriteFile(notation, "[(" + std::string(90, '[') + ") `005b`]");
-  EXPECT_EQ(RunPosctl({"check", "--max-depth", "1", notation}).status, 0);
-  const std::string typeA = TempPath("strings.typea");
-  WriteFile(typeA, std::string(kMagic) + "[\"" + brackets + "\" `005b` {\"[[\" #2  5B5B} ]");
-  Result result = RunPosctl({"check", "--max-depth", "2", typeA});
-  EXPECT_EQ(result.status, 0) << result.err;
-  const std::string json = TempPath("strings.json");
-  WriteFile(json, "[\"" + brackets + "\"]");
-  EXPECT_EQ(RunPosctl({"check", "--max-depth", "1", json}).status, 0);
-}
-
-// An opening byte written as an octal escape still opens an object for the
-// library's reader, so it counts.
-TEST(Limits, EscapedOpeningBytesCount) {
-  const std::string path = TempPath("escaped.typea");
-  WriteFile(path, std::string(kMagic) + "[\\133\\133]]]");
-  EXPECT_EQ(RunPosctl({"check", "--max-depth", "3", path}).status, 0);
-  Result refused = RunPosctl({"check", "--max-depth", "2", path});
-  EXPECT_EQ(refused.status, 1);
-  EXPECT_NE(refused.err.find("error at byte 33: nesting deeper than 2 levels"), std::string::npos)
-      << refused.err;
+  const struct {
+    std::string name, text, maxDepth, error;  // error empty: accepted
+  } cases[] = {
+      {"dicts.pos", NestedDicts(20), "20", ""},
+      {"dicts.pos", NestedDicts(20), "19",
+       ":1:58: error: nesting deeper than 19 levels (see --max-depth)"},
+      {"strings.pos", "[(" + std::string(90, '[') + ") `005b`]", "1", ""},
+      {"strings.typea", kMagic + ("[\"" + brackets + "\" `005b` {\"[[\" #2  5B5B} ]"), "2", ""},
+      {"strings.json", "[\"" + brackets + "\"]", "1", ""},
+      {"escaped.typea", kMagic + std::string("[\\133\\133]]]"), "3", ""},
+      {"escaped.typea", kMagic + std::string("[\\133\\133]]]"), "2",
+       "error at byte 33: nesting deeper than 2 levels"},
+  };
+  for (const auto& c : cases) {
+    const std::string path = TempPath(c.name);
+    WriteFile(path, c.text);
+    Result result = RunPosctl({"check", "--max-depth", c.maxDepth, path});
+    EXPECT_EQ(result.status, c.error.empty() ? 0 : 1) << c.name << ": " << result.err;
+    EXPECT_NE(result.err.find(c.error), std::string::npos) << result.err;
+  }
 }
 
 #ifdef __SANITIZE_ADDRESS__

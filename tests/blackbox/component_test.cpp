@@ -1,0 +1,255 @@
+// The library as a foreign component sees it: libMOXUtils.so loaded with
+// dlopen, and nothing but the runtime's lookup procedure and the tables the
+// library registered. The runtime's live counts are the witness that every
+// object goes away.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "POSStreamerProcs.h"
+#include "blackbox/pos_procs.h"
+#include "moxhost/Runtime.h"
+#include "support/LiveCounts.h"
+
+namespace moxtest {
+namespace {
+
+using moxhost::Runtime;
+using Strings = std::vector<std::string>;
+
+template <typename Proc>
+Proc Lookup(const char* interfaceName, const char* method, const char* procType) {
+  return reinterpret_cast<Proc>(Runtime::LookupProc()(interfaceName, method, procType));
+}
+#define LOOKUP(interfaceName, method, Proc) Lookup<Proc>(interfaceName, method, #Proc)
+
+int gReleaseCalls = 0;
+void CountRelease(void*) {
+  ++gReleaseCalls;
+}
+
+class ForeignComponent : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    Runtime::Get().ClearFaults();
+    Runtime::Get().ClearReports();
+    loaded_ = Runtime::Get().Counts();
+    std::string error;
+    library_.reset(moxhost::LoadedLibrary::Open(moxhost::LoadedLibrary::DefaultPath(), &error));
+    ASSERT_NE(library_, nullptr) << error;
+    ASSERT_TRUE(library_->Start());
+    ASSERT_TRUE(p.Load(Runtime::LookupProc()));
+    // The library keeps one method table per signature from the first use on.
+    MOXContainer warm = p.Keep(p.newDict());
+    p.Put(warm, "k", p.newNumber(0));
+    p.release(warm);
+    started_ = Runtime::Get().Counts();
+  }
+  void TearDown() override {
+    if (library_ == nullptr) return;
+    EXPECT_EQ(CountsDiff(started_, Runtime::Get().Counts()), "");
+    library_.reset();
+    EXPECT_EQ(CountsDiff(loaded_, Runtime::Get().Counts()), "");
+  }
+
+  Strings Keys(MOXContainer dict) {
+    Strings keys;
+    MOXContainer it = p.newIterator(dict);
+    EXPECT_EQ(p.RefCount(it), 0u) << "a new iterator is unowned too";
+    p.addRef(it);
+    for (p.begin(it); !p.isDone(it); p.next(it)) keys.push_back(p.curKey(it));
+    p.release(it);
+    return keys;
+  }
+
+  POSProcs p;
+  std::unique_ptr<moxhost::LoadedLibrary> library_;
+  moxhost::LiveCounts loaded_;
+  moxhost::LiveCounts started_;
+};
+
+// Every handle a method returns is unowned, and getters borrow: the counts
+// stay as they were.
+TEST_F(ForeignComponent, BuildsReadsClonesComparesAndReleasesATree) {
+  gReleaseCalls = 0;
+  const uint16_t units[] = {0x48, 0x49, 0};
+  int target = 0;
+  // <name (tree) list [1 2 <x `00480049`>] blob bytes ptr &target>
+  MOXContainer root = p.newDict();
+  MOXContainer list = p.newArray();
+  MOXContainer inner = p.newDict();
+  MOXContainer two = p.newNumber(2);
+  for (MOXContainer fresh : {root, list, inner, two}) EXPECT_EQ(p.RefCount(fresh), 0u);
+  p.addRef(root);
+  p.append(list, p.newNumber(1));
+  p.append(list, two);
+  p.Put(inner, "x", p.newUnicode(units));
+  p.append(list, inner);
+  p.Put(root, "name", p.newString("tree"));
+  p.Put(root, "list", list);
+  p.Put(root, "blob", p.newBinData("bytes", "\x01\x02", 2));
+  p.Put(root, "ptr", p.newRawPointer(&target, &CountRelease));
+  EXPECT_EQ(p.RefCount(list), 1u);
+  EXPECT_EQ(p.RefCount(two), 1u);
+
+  EXPECT_EQ(Keys(root), (Strings{"blob", "list", "name", "ptr"}));
+  EXPECT_STREQ(p.getString(p.Get(root, "name")), "tree");
+  EXPECT_EQ(p.Get(root, "list"), list);
+  EXPECT_EQ(p.count(list), 3u);
+  EXPECT_EQ(p.getAt(list, 1), two);
+  EXPECT_EQ(p.DeepGet(root, "list[1]"), two);
+  EXPECT_EQ(p.getUnicode(p.DeepGet(root, "list[2].x"))[1], 0x49);
+  EXPECT_EQ(p.getSize(p.Get(root, "blob")), 2u);
+  EXPECT_EQ(p.getRawPointer(p.DeepGet(root, ".ptr")), &target);
+  EXPECT_EQ(p.RefCount(list), 1u) << "Get leaves the count alone";
+  EXPECT_EQ(p.RefCount(two), 1u) << "so do GetAt and DeepGet";
+
+  MOXContainer copy = p.clone(root);
+  ASSERT_NE(copy, nullptr);
+  EXPECT_EQ(p.RefCount(copy), 0u) << "a clone is unowned";
+  p.addRef(copy);
+  EXPECT_EQ(p.RefCount(two), 2u) << "leaves are shared";
+  EXPECT_TRUE(p.isEqual(root, copy));
+  EXPECT_TRUE(p.isEqual(copy, root));
+  EXPECT_NE(p.Get(copy, "list"), list) << "containers are not";
+  p.Remove(p.DeepGet(copy, "list[2]"), "x");
+  EXPECT_FALSE(p.isEqual(root, copy));
+  EXPECT_TRUE(p.isEqual(copy, root)) << "a Dict only asks about its own keys";
+  EXPECT_NE(p.DeepGet(root, "list[2].x"), nullptr) << "the clone's change stays in the clone";
+  p.debugDump(root);
+  EXPECT_EQ(p.RefCount(root), 1u);
+  EXPECT_EQ(Runtime::Get().Reports(), Strings{});
+
+  p.release(root);
+  EXPECT_EQ(gReleaseCalls, 0) << "the clone still holds the raw pointer";
+  p.release(copy);
+  EXPECT_EQ(gReleaseCalls, 1) << "released once, when the object died";
+}
+
+TEST_F(ForeignComponent, StreamerWritesTheWorkedExampleAndReadsItBack) {
+  auto newStreamer =
+      LOOKUP("POSStreamerInterface", "NewPOSStreamer", POSStreamerNewPOSStreamerProc);
+  auto serialize = LOOKUP("POSStreamerInterface", "Serialize", POSStreamerSerializeProc);
+  auto deserialize = LOOKUP("POSStreamerInterface", "Deserialize", POSStreamerDeserializeProc);
+  auto newFileStream = LOOKUP("MOXStreamFactoryInterface", "NewPositionableFileStream",
+                              MOXNewPositionableFileStreamProc);
+  ASSERT_TRUE(newStreamer && serialize && deserialize && newFileStream);
+  char path[] = "/tmp/component_test_XXXXXX";
+  ASSERT_GE(mkstemp(path), 0);
+  auto open = [&](const char* mode) {
+    MOXContainer stream = nullptr;
+    newFileStream(&stream, path, mode);
+    return p.Keep(stream);
+  };
+  MOXContainer streamer = p.Keep(newStreamer());
+  const uint16_t units[] = {0x00E9, 0xABCD, 0};
+  MOXContainer list = p.Keep(p.newArray());
+  p.append(list, p.newNumber(7));
+  p.append(list, p.newArray());
+  MOXContainer dict = p.Keep(p.newDict());
+  p.Put(dict, "n", p.newNumber(2.5));
+  p.Put(dict, "s", p.newString("say \"hi\"\n\x01"));
+  p.Put(dict, "u", p.newUnicode(units));
+  p.Put(dict, "b", p.newBinData("raw", "\x01\xAB\xFF", 3));
+  p.Put(dict, "l", list);
+  MOXContainer out = open("wb");
+  EXPECT_TRUE(serialize(streamer, out, dict, nullptr));
+  EXPECT_FALSE(serialize(dict, out, dict, nullptr));
+  p.release(out);
+  std::ostringstream written;
+  written << std::ifstream(path, std::ios::binary).rdbuf();
+  EXPECT_EQ(written.str(),
+            "POSStreamerTypeA_Version1.0 <\n\t\"b\" {\"raw\" #3  \n\t\t01ABFF\n\t}\n\t\"l\" [\n"
+            "\t\t#7 \n\t\t[\n\t\t]\n\t]\n\t\"n\" #2.5 \n\t\"s\" \"say \\\"hi\\\"\\n\\001\"\n"
+            "\t\"u\" `00e9ABcd`\n>");
+  MOXContainer in = open("rb");
+  MOXContainer back = p.Keep(deserialize(streamer, in));
+  ASSERT_NE(back, nullptr);
+  EXPECT_TRUE(p.isEqual(back, dict));
+  EXPECT_TRUE(p.isEqual(dict, back));
+  // Failures come back as a report and a neutral result.
+  EXPECT_EQ(deserialize(streamer, in), nullptr);
+  EXPECT_EQ(Runtime::Get().Reports(), (Strings{"invalid container", "getNextChar unexpected EOF"}));
+  for (MOXContainer object : {back, list, dict, in, streamer}) p.release(object);
+  unlink(path);
+  // The streamer's method tables stay until the stop, which must give them
+  // back with everything else.
+  started_ = Runtime::Get().Counts();
+}
+
+// Records the library's calls of the two registry procedures of the runtime.
+Strings gCalls;
+MOXRegisterProcAddressProc gRegister = nullptr;
+MOXUnregisterInterfaceProc gUnregister = nullptr;
+uint32_t RecordRegister(const char* interfaceName, const char* method, const char* procType,
+                        void* procedure) {
+  if (std::string(interfaceName).rfind("POS", 0) == 0) {
+    gCalls.push_back(std::string(interfaceName) + "." + method + ":" + procType);
+  }
+  return gRegister(interfaceName, method, procType, procedure);
+}
+void RecordUnregister(const char* interfaceName) {
+  gCalls.push_back(std::string("-") + interfaceName);
+  gUnregister(interfaceName);
+}
+void* RecordingLookup(const char* interfaceName, const char* method, const char* procType) {
+  void* procedure = Runtime::LookupProc()(interfaceName, method, procType);
+  std::string name = method;
+  if (name == "MOXRegisterProcAddress" && procedure != nullptr) {
+    gRegister = reinterpret_cast<MOXRegisterProcAddressProc>(procedure);
+    return reinterpret_cast<void*>(&RecordRegister);
+  }
+  if (name == "MOXUnregisterInterface" && procedure != nullptr) {
+    gUnregister = reinterpret_cast<MOXUnregisterInterfaceProc>(procedure);
+    return reinterpret_cast<void*>(&RecordUnregister);
+  }
+  return procedure;
+}
+
+// The object model first, the streamer that builds on it after; at stop the
+// streamer first, then the object model in the order of its registration.
+TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackStreamerFirst) {
+  library_->Stop();
+  gCalls.clear();
+  ASSERT_EQ(library_->StartWith(&RecordingLookup), 1u);
+  std::vector<std::pair<std::string, int>> tables;  // interface and rows, in order
+  for (const std::string& call : gCalls) {
+    std::string name = call.substr(0, call.find('.'));
+    if (tables.empty() || tables.back().first != name) tables.emplace_back(name, 0);
+    ++tables.back().second;
+  }
+  const std::vector<std::pair<std::string, int>> expected = {
+      {"POSObjectInterface", 2},       {"POSObjectStatics", 4},          {"POSNumberInterface", 3},
+      {"POSStringInterface", 3},       {"POSUnicodeStringInterface", 3}, {"POSBinDataInterface", 5},
+      {"POSRawPointerInterface", 4},   {"POSArrayInterface", 7},         {"POSDictInterface", 6},
+      {"POSDictIteratorInterface", 5}, {"POSStreamerInterface", 3}};
+  EXPECT_EQ(tables, expected);
+  EXPECT_EQ(gCalls[1], "POSObjectInterface.IsEqual:POSObjectIsEqualProc");
+  EXPECT_EQ(gCalls[5], "POSObjectStatics.CreateFromText:POSObjectCreateFromTextProc");
+
+  gCalls.clear();
+  library_->Stop();
+  ASSERT_GE(gCalls.size(), expected.size());
+  Strings stopped = {"-POSStreamerInterface"};
+  for (size_t i = 0; i + 1 < expected.size(); ++i) stopped.push_back("-" + expected[i].first);
+  EXPECT_EQ(Strings(gCalls.end() - expected.size(), gCalls.end()), stopped);
+  EXPECT_EQ(Runtime::LookupProc()("POSDictInterface", "Get", "POSDictGetProc"), nullptr);
+  // Started again, the library fetches its tables anew.
+  ASSERT_TRUE(library_->Start());
+  ASSERT_TRUE(p.Load(Runtime::LookupProc()));
+  MOXContainer parsed = p.Keep(LOOKUP("POSObjectStatics", "CreateFromText",
+                                      POSObjectCreateFromTextProc)("<a [1 (2)]>", nullptr));
+  EXPECT_STREQ(p.getString(p.DeepGet(parsed, "a[1]")), "2");
+  p.release(parsed);
+  EXPECT_EQ(Runtime::Get().Reports(), Strings{});
+  started_ = Runtime::Get().Counts();
+}
+
+}  // namespace
+}  // namespace moxtest
