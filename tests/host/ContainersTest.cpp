@@ -7,13 +7,11 @@
 #include <vector>
 
 #include "HostTestUtil.h"
-#include "support/LiveCounts.h"
 
 namespace {
 
 using moxhost::Runtime;
 using moxtest::Atom;
-using moxtest::ContainerProcs;
 using moxtest::TakeMessage;
 
 // Instances record their destruction in a shared log.
@@ -26,222 +24,154 @@ void DestroyInstance(void* instance) {
   self->log->push_back(self->name);
 }
 
-const MOXPrimaryInstanceRecord& RecordOf(MOXContainer container) {
-  const int64_t offset = ContainerProcs().GetOffsetToPrimaryInstance();
-  return *reinterpret_cast<const MOXPrimaryInstanceRecord*>(
-      reinterpret_cast<const char*>(container) + offset);
-}
+class ContainersTest : public ::testing::Test {
+ protected:
+  const MOXPrimaryInstanceRecord& RecordOf(MOXContainer container) {
+    return *reinterpret_cast<const MOXPrimaryInstanceRecord*>(
+        reinterpret_cast<const char*>(container) + procs_.GetOffsetToPrimaryInstance());
+  }
+  MOXContainer NewFull(void* instance, MOXStringAtom name, MOXStringAtom interfaceName,
+                       MOXReleaseProc destroy = DestroyInstance) {
+    MOXContainer container = nullptr;
+    MOXErrorRef error =
+        procs_.NewFullContainer(&container, instance, name, destroy, interfaceName, 0, 0, 0);
+    EXPECT_EQ(error, nullptr) << TakeMessage(error);
+    return container;
+  }
+  uint32_t CountOf(MOXContainer container) { return *procs_.DebugGetRefCountAddr(container); }
 
-MOXContainer NewFull(void* instance, MOXStringAtom name, MOXStringAtom interfaceName,
-                     MOXReleaseProc destroy = DestroyInstance) {
-  MOXContainer container = nullptr;
-  MOXErrorRef error = ContainerProcs().NewFullContainer(&container, instance, name, destroy,
-                                                        interfaceName, 0, 0, 0);
-  EXPECT_EQ(error, nullptr) << TakeMessage(error);
-  return container;
-}
+  moxtest::ScopedCountsCheck counts_;
+  moxtest::ContainerProcs procs_;
+  std::vector<std::string> log_;
+  Instance primary_{"primary", &log_};
+};
 
-uint32_t CountOf(MOXContainer container) {
-  return *ContainerProcs().DebugGetRefCountAddr(container);
-}
-
-TEST(ContainersTest, FreshContainerCountsZeroAndCarriesItsRecord) {
-  moxtest::ScopedCountsCheck counts;
-  ContainerProcs procs;
-  std::vector<std::string> log;
-  Instance instance{"primary", &log};
-  Atom name("TestImpl");
-  Atom signature("TestInterface");
-  MOXContainer container = NewFull(&instance, name, signature);
-  ASSERT_NE(container, nullptr);
-  EXPECT_EQ(CountOf(container), 0u);
-  EXPECT_EQ(Runtime::Get().Counts().containers, counts.before().containers + 1);
-
-  EXPECT_NE(procs.GetOffsetToPrimaryInstance(), 0);
-  const MOXPrimaryInstanceRecord& record = RecordOf(container);
-  EXPECT_EQ(record.instanceName, moxtest::StringProcs().GetCString(name));
-  EXPECT_EQ(record.signature, moxtest::StringProcs().GetCString(signature));
-  EXPECT_EQ(record.instance, &instance);
-
-  EXPECT_EQ(procs.AddRef(container), 1u);
-  EXPECT_EQ(procs.AddRef(container), 2u);
-  procs.Release(container);
-  EXPECT_TRUE(log.empty());
-  procs.Release(container);
-  EXPECT_EQ(log, std::vector<std::string>{"primary"});
-}
-
-TEST(ContainersTest, NullSignatureAndTheContainerHoldsItsAtoms) {
-  moxtest::ScopedCountsCheck counts;
-  std::vector<std::string> log;
-  Instance instance{"primary", &log};
+TEST_F(ContainersTest, CountingDestroysAtTheLastReleaseOnlyAndTheContainerHoldsItsAtoms) {
   MOXContainer container = nullptr;
   {
     Atom name("AtomOnlyHeldByTheContainer");
-    container = NewFull(&instance, name, nullptr);
+    container = NewFull(&primary_, name, nullptr);
   }
-  EXPECT_STREQ(RecordOf(container).instanceName, "AtomOnlyHeldByTheContainer");
-  EXPECT_EQ(RecordOf(container).signature, nullptr);
-  ContainerProcs().DeleteUnownedContainer(container);
-  EXPECT_EQ(log.size(), 1u);
-}
-
-TEST(ContainersTest, DecrementWithoutDeleteKeepsTheContainerForItsNextOwner) {
-  moxtest::ScopedCountsCheck counts;
-  ContainerProcs procs;
-  std::vector<std::string> log;
-  Instance instance{"primary", &log};
-  Atom name("TestImpl");
-  MOXContainer container = NewFull(&instance, name, nullptr);
-  procs.AddRef(container);
-  procs.DecrementWithoutDelete(container);
+  EXPECT_EQ(procs_.AddRef(container), 1u);
+  EXPECT_EQ(procs_.AddRef(container), 2u);
+  procs_.Release(container);
+  procs_.DecrementWithoutDelete(container);
   EXPECT_EQ(CountOf(container), 0u);
-  EXPECT_TRUE(log.empty());
-
-  // DeleteUnownedContainer does nothing to an owned container...
-  procs.AddRef(container);
-  procs.DeleteUnownedContainer(container);
-  EXPECT_TRUE(log.empty());
-  // ...and destroys one at zero.
-  procs.DecrementWithoutDelete(container);
-  procs.DeleteUnownedContainer(container);
-  EXPECT_EQ(log.size(), 1u);
+  procs_.AddRef(container);
+  procs_.DeleteUnownedContainer(container);  // owned: nothing happens
+  procs_.DecrementWithoutDelete(container);
+  EXPECT_TRUE(log_.empty());
+  EXPECT_STREQ(RecordOf(container).instanceName, "AtomOnlyHeldByTheContainer");
   EXPECT_TRUE(Runtime::Get().Reports().empty());
-}
 
-TEST(ContainersTest, MisusedCountsAreReportedNotApplied) {
-  ContainerProcs procs;
-  std::vector<std::string> log;
-  Instance instance{"primary", &log};
-  Atom name("TestImpl");
-  MOXContainer container = NewFull(&instance, name, nullptr);
-  procs.Release(nullptr);
-  EXPECT_EQ(procs.AddRef(nullptr), 0u);
-  procs.Release(container);
-  procs.DecrementWithoutDelete(container);
+  // Counting below zero is reported, not applied; nulls are ignored.
+  procs_.Release(nullptr);
+  EXPECT_EQ(procs_.AddRef(nullptr), 0u);
+  procs_.Release(container);
+  procs_.DecrementWithoutDelete(container);
   EXPECT_EQ(Runtime::Get().Reports().size(), 2u);
-  EXPECT_TRUE(log.empty()) << "a container at zero is not destroyed by a stray Release";
-  procs.DeleteUnownedContainer(container);
+  EXPECT_TRUE(log_.empty()) << "a container at zero is not destroyed by a stray Release";
+  procs_.AddRef(container);
+  procs_.Release(container);
+  EXPECT_EQ(log_, std::vector<std::string>{"primary"});
 }
 
 // The destroy procedure of a dying container sees it refuse new references.
 MOXContainer gDying = nullptr;
 uint32_t gAddRefWhileDying = 99;
 void DestroyAndTryAddRef(void*) {
-  gAddRefWhileDying = ContainerProcs().AddRef(gDying);
+  gAddRefWhileDying = moxtest::ContainerProcs().AddRef(gDying);
 }
 
-TEST(ContainersTest, AddRefFailsWhileTheContainerIsBeingDestroyed) {
-  moxtest::ScopedCountsCheck counts;
+TEST_F(ContainersTest, AddRefFailsWhileTheContainerIsBeingDestroyed) {
   Atom name("TestImpl");
   gDying = NewFull(nullptr, name, nullptr, DestroyAndTryAddRef);
-  ContainerProcs().AddRef(gDying);
-  ContainerProcs().Release(gDying);
+  procs_.AddRef(gDying);
+  procs_.Release(gDying);
   EXPECT_EQ(gAddRefWhileDying, 0u);
 }
 
-TEST(ContainersTest, InstancesAreFoundByNameAndDestroyedPrimaryFirst) {
-  moxtest::ScopedCountsCheck counts;
-  ContainerProcs procs;
-  std::vector<std::string> log;
-  Instance primary{"primary", &log};
-  Instance second{"second", &log};
-  Instance third{"third", &log};
-  Atom primaryName("PrimaryImpl");
-  Atom secondName("SecondImpl");
-  Atom thirdName("ThirdImpl");
+TEST_F(ContainersTest, InstancesAreFoundByNameAndDestroyedPrimaryFirst) {
+  Instance second{"second", &log_}, third{"third", &log_};
+  Atom primaryName("PrimaryImpl"), secondName("SecondImpl"), thirdName("ThirdImpl");
   Atom unknownName("UnknownImpl");
-  MOXContainer container = NewFull(&primary, primaryName, nullptr);
-  EXPECT_EQ(procs.RegisterInstance(container, &second, secondName, DestroyInstance), nullptr);
-  EXPECT_EQ(procs.RegisterInstance(container, &third, thirdName, DestroyInstance), nullptr);
-  EXPECT_NE(TakeMessage(procs.RegisterInstance(container, &third, secondName, DestroyInstance)), "")
+  MOXContainer container = NewFull(&primary_, primaryName, nullptr);
+  EXPECT_EQ(procs_.RegisterInstance(container, &second, secondName, DestroyInstance), nullptr);
+  EXPECT_EQ(procs_.RegisterInstance(container, &third, thirdName, DestroyInstance), nullptr);
+  EXPECT_NE(TakeMessage(procs_.RegisterInstance(container, &third, secondName, DestroyInstance)),
+            "")
       << "names are unique within a container";
 
   void* found = nullptr;
-  for (auto [atom, expected] : {std::pair<MOXStringAtom, void*>{primaryName, &primary},
+  for (auto [atom, expected] : {std::pair<MOXStringAtom, void*>{primaryName, &primary_},
                                 {secondName, &second},
                                 {thirdName, &third},
                                 {unknownName, nullptr}}) {
-    EXPECT_EQ(procs.NGetInstance(&found, container, atom), nullptr);
+    EXPECT_EQ(procs_.NGetInstance(&found, container, atom), nullptr);
     EXPECT_EQ(found, expected);
   }
   // A null container answers like an absent name: no instance, no error.
-  found = &primary;
-  EXPECT_EQ(procs.NGetInstance(&found, nullptr, primaryName), nullptr);
+  found = &primary_;
+  EXPECT_EQ(procs_.NGetInstance(&found, nullptr, primaryName), nullptr);
   EXPECT_EQ(found, nullptr);
 
-  procs.AddRef(container);
-  procs.Release(container);
-  EXPECT_EQ(log, (std::vector<std::string>{"primary", "second", "third"}));
+  procs_.AddRef(container);
+  procs_.Release(container);
+  EXPECT_EQ(log_, (std::vector<std::string>{"primary", "second", "third"}));
 }
 
-TEST(ContainersTest, BareContainerTakesItsFirstInstanceAndInterfaceAsPrimary) {
-  moxtest::ScopedCountsCheck counts;
-  ContainerProcs procs;
-  std::vector<std::string> log;
-  Instance instance{"primary", &log};
+TEST_F(ContainersTest, BareContainerTakesItsFirstInstanceAndInterfaceAsPrimary) {
   Atom name("TestImpl");
   Atom interfaceName("TestInterface");
   MOXContainer container = nullptr;
-  ASSERT_EQ(procs.NewContainer(&container, 0, 0, 0, 0, 0), nullptr);
+  ASSERT_EQ(procs_.NewContainer(&container, 0, 0, 0, 0, 0), nullptr);
   EXPECT_EQ(RecordOf(container).instance, nullptr);
-  EXPECT_EQ(RecordOf(container).signature, nullptr);
   MOXContainer refused = nullptr;
-  EXPECT_NE(TakeMessage(procs.NewContainer(&refused, 1, 0, 0, 0, 0)), "") << "reserved words";
+  EXPECT_NE(TakeMessage(procs_.NewContainer(&refused, 1, 0, 0, 0, 0)), "") << "reserved words";
 
-  ASSERT_EQ(procs.RegisterInstance(container, &instance, name, DestroyInstance), nullptr);
-  ASSERT_EQ(procs.RegisterInterface(container, interfaceName), nullptr);
-  EXPECT_EQ(RecordOf(container).instance, &instance);
+  ASSERT_EQ(procs_.RegisterInstance(container, &primary_, name, DestroyInstance), nullptr);
+  ASSERT_EQ(procs_.RegisterInterface(container, interfaceName), nullptr);
+  EXPECT_EQ(RecordOf(container).instance, &primary_);
   EXPECT_STREQ(RecordOf(container).instanceName, "TestImpl");
   EXPECT_STREQ(RecordOf(container).signature, "TestInterface");
-  procs.DeleteUnownedContainer(container);
-  EXPECT_EQ(log.size(), 1u);
+  procs_.DeleteUnownedContainer(container);
+  EXPECT_EQ(log_.size(), 1u);
 }
 
-TEST(ContainersTest, ClonesShareInstancesUntilTheLastOneDies) {
-  moxtest::ScopedCountsCheck counts;
-  ContainerProcs procs;
-  std::vector<std::string> log;
-  Instance instance{"primary", &log};
+TEST_F(ContainersTest, ClonesShareInstancesUntilTheLastOneDies) {
   Atom name("TestImpl");
   Atom signature("TestInterface");
-  MOXContainer original = NewFull(&instance, name, signature);
-  MOXContainer clone = nullptr;
-  ASSERT_EQ(procs.CloneContainer(&clone, original), nullptr);
-  MOXContainer cloneOfClone = nullptr;
-  ASSERT_EQ(procs.CloneContainer(&cloneOfClone, clone), nullptr);
+  MOXContainer original = NewFull(&primary_, name, signature);
+  MOXContainer clone = nullptr, cloneOfClone = nullptr;
+  ASSERT_EQ(procs_.CloneContainer(&clone, original), nullptr);
+  ASSERT_EQ(procs_.CloneContainer(&cloneOfClone, clone), nullptr);
   EXPECT_EQ(CountOf(clone), 0u);
-  EXPECT_EQ(RecordOf(clone).instance, &instance);
+  EXPECT_EQ(RecordOf(clone).instance, &primary_);
   EXPECT_EQ(RecordOf(clone).signature, RecordOf(original).signature);
 
-  procs.DeleteUnownedContainer(original);
-  procs.DeleteUnownedContainer(cloneOfClone);
-  EXPECT_TRUE(log.empty());
+  procs_.DeleteUnownedContainer(original);
+  procs_.DeleteUnownedContainer(cloneOfClone);
+  EXPECT_TRUE(log_.empty());
   void* found = nullptr;
-  EXPECT_EQ(procs.NGetInstance(&found, clone, name), nullptr);
-  EXPECT_EQ(found, &instance);
-  procs.DeleteUnownedContainer(clone);
-  EXPECT_EQ(log.size(), 1u);
+  EXPECT_EQ(procs_.NGetInstance(&found, clone, name), nullptr);
+  EXPECT_EQ(found, &primary_);
+  procs_.DeleteUnownedContainer(clone);
+  EXPECT_EQ(log_.size(), 1u);
 }
 
-TEST(ContainersTest, FailedCreationDestroysTheInstance) {
-  moxtest::ScopedCountsCheck counts;
-  std::vector<std::string> log;
-  Instance instance{"primary", &log};
+TEST_F(ContainersTest, FailedCreationDestroysTheInstance) {
   Atom name("TestImpl");
-  MOXContainer container = reinterpret_cast<MOXContainer>(&log);
-  EXPECT_NE(TakeMessage(ContainerProcs().NewFullContainer(&container, &instance, name,
-                                                          DestroyInstance, nullptr, 1, 0, 0)),
+  MOXContainer container = reinterpret_cast<MOXContainer>(&log_);
+  EXPECT_NE(TakeMessage(procs_.NewFullContainer(&container, &primary_, name, DestroyInstance,
+                                                nullptr, 1, 0, 0)),
             "");
   EXPECT_EQ(container, nullptr);
-  EXPECT_EQ(log.size(), 1u) << "the runtime owns the instance from the call on";
+  EXPECT_EQ(log_.size(), 1u) << "the runtime owns the instance from the call on";
 }
 
 // Many threads take and drop references to shared containers; each must be
 // destroyed exactly once, after the last Release.
-TEST(ContainersTest, ConcurrentCountingDestroysEachContainerOnce) {
-  moxtest::ScopedCountsCheck counts;
-  ContainerProcs procs;
+TEST_F(ContainersTest, ConcurrentCountingDestroysEachContainerOnce) {
   constexpr int kContainers = 64;
   constexpr int kThreads = 8;
   static std::atomic<int> destroyed{0};
@@ -249,19 +179,18 @@ TEST(ContainersTest, ConcurrentCountingDestroysEachContainerOnce) {
   Atom name("TestImpl");
   std::vector<MOXContainer> containers;
   for (int i = 0; i < kContainers; ++i) {
-    MOXContainer container = NewFull(nullptr, name, nullptr, [](void*) { destroyed.fetch_add(1); });
-    procs.AddRef(container);  // the test's own reference
-    containers.push_back(container);
+    containers.push_back(NewFull(nullptr, name, nullptr, [](void*) { destroyed.fetch_add(1); }));
+    procs_.AddRef(containers.back());  // the test's own reference
   }
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&] {
       for (int round = 0; round < 200; ++round) {
         for (MOXContainer container : containers) {
-          ASSERT_NE(procs.AddRef(container), 0u);
-          procs.AddRef(container);
-          procs.DecrementWithoutDelete(container);
-          procs.Release(container);
+          ASSERT_NE(procs_.AddRef(container), 0u);
+          procs_.AddRef(container);
+          procs_.DecrementWithoutDelete(container);
+          procs_.Release(container);
         }
       }
     });
@@ -270,7 +199,7 @@ TEST(ContainersTest, ConcurrentCountingDestroysEachContainerOnce) {
   EXPECT_EQ(destroyed.load(), 0);
   for (MOXContainer container : containers) {
     EXPECT_EQ(CountOf(container), 1u);
-    procs.Release(container);
+    procs_.Release(container);
   }
   EXPECT_EQ(destroyed.load(), kContainers);
 }

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "HostTestUtil.h"
-#include "support/LiveCounts.h"
 
 namespace {
 
@@ -17,7 +16,6 @@ struct FilterProcs {
   FILTER_PROC(MOXFilterNewClientDataSinkV2Proc, NewClientDataSink);
   FILTER_PROC(MOXFilterNewIdentityFilterV2Proc, NewIdentityFilter);
   FILTER_PROC(MOXFilterNewClientFilterV2Proc, NewClientFilter);
-  FILTER_PROC(MOXFilterNewFilterJPEGV2Proc, NewFilterJPEG);
   FILTER_PROC(MOXFilterReleaseProc, Release);
   FILTER_PROC(MOXFilterWriteV2Proc, Write);
   FILTER_PROC(MOXFilterIsFilterProc, IsFilter);
@@ -59,101 +57,62 @@ void Release(void* client) {
   ++Self(client)->releases;
 }
 
-TEST(FiltersTest, ChainPassesBytesThroughToTheSink) {
-  moxtest::ScopedCountsCheck counts;
-  FilterProcs procs;
+class FiltersTest : public ::testing::Test {
+ protected:
+  moxtest::ScopedCountsCheck counts_;
+  FilterProcs procs_;
+};
+
+TEST_F(FiltersTest, ChainPassesBytesThroughAndCloseEndsItEvenWhenAStageFails) {
   Client sinkClient, upperClient;
   MOXFilter sink = nullptr, upper = nullptr, identity = nullptr;
-  ASSERT_EQ(procs.NewClientDataSink(&sink, &sinkClient, SinkWrite, Release), nullptr);
+  ASSERT_EQ(procs_.NewClientDataSink(&sink, &sinkClient, SinkWrite, Release), nullptr);
   ASSERT_EQ(
-      procs.NewClientFilter(&upper, sink, &upperClient, UpperWrite, UpperClose, nullptr, Release),
+      procs_.NewClientFilter(&upper, sink, &upperClient, UpperWrite, UpperClose, nullptr, Release),
       nullptr);
-  ASSERT_EQ(procs.NewIdentityFilter(&identity, upper), nullptr);
-  procs.Release(sink);  // each filter holds its target
-  procs.Release(upper);
+  ASSERT_EQ(procs_.NewIdentityFilter(&identity, upper), nullptr);
+  procs_.Release(sink);  // each filter holds its target
+  procs_.Release(upper);
+  EXPECT_TRUE(procs_.IsFilter(identity));
+  EXPECT_FALSE(procs_.IsFilter(sink));
 
-  EXPECT_TRUE(procs.IsFilter(identity));
-  EXPECT_FALSE(procs.IsFilter(sink));
-  EXPECT_EQ(procs.PeekTarget(identity, false), upper);
-  EXPECT_EQ(procs.PeekTarget(upper, false), sink);
-  EXPECT_EQ(procs.PeekTarget(sink, false), nullptr);
-
-  EXPECT_EQ(procs.Write(identity, "abc", 3), nullptr);
-  EXPECT_EQ(procs.Write(identity, "de", 2), nullptr);
+  EXPECT_EQ(procs_.Write(identity, "abc", 3), nullptr);
+  EXPECT_EQ(procs_.Write(identity, "de", 2), nullptr);
   EXPECT_EQ(sinkClient.received, "ABCDE");
-  EXPECT_EQ(procs.GetChainState(identity), 5u);
-  procs.ResetChainState(identity);
-  EXPECT_EQ(procs.GetChainState(sink), 0u);
+  EXPECT_EQ(procs_.GetChainState(identity), 5u);
+  procs_.ResetChainState(identity);
+  EXPECT_EQ(procs_.GetChainState(sink), 0u) << "the reset runs down the chain";
 
-  EXPECT_EQ(procs.Close(identity), nullptr);
+  upperClient.closeResult = 0;
+  EXPECT_NE(TakeMessage(procs_.Close(identity)), "") << "the failed stage is reported";
   EXPECT_EQ(upperClient.calls, (std::vector<std::string>{"write", "write", "close with target"}));
-  EXPECT_NE(TakeMessage(procs.Write(sink, "x", 1)), "") << "Close ends the whole chain";
-  EXPECT_NE(TakeMessage(procs.Close(identity)), "");
+  EXPECT_NE(TakeMessage(procs_.Write(sink, "x", 1)), "") << "the rest of the chain is closed";
+  EXPECT_NE(TakeMessage(procs_.Close(identity)), "");
 
-  procs.Release(identity);
+  procs_.Release(identity);
   EXPECT_EQ(sinkClient.releases, 1);
   EXPECT_EQ(upperClient.releases, 1);
 }
 
-TEST(FiltersTest, FailedCloseIsReportedAndTheRestStillCloses) {
-  moxtest::ScopedCountsCheck counts;
-  FilterProcs procs;
-  Client upperClient;
-  upperClient.closeResult = 0;
-  MOXFilter sink = nullptr, upper = nullptr;
-  ASSERT_EQ(procs.NewNullDataSink(&sink), nullptr);
-  ASSERT_EQ(
-      procs.NewClientFilter(&upper, sink, &upperClient, UpperWrite, UpperClose, nullptr, Release),
-      nullptr);
-  EXPECT_NE(TakeMessage(procs.Close(upper)), "");
-  EXPECT_NE(TakeMessage(procs.Write(sink, "x", 1)), "");
-  procs.Release(upper);
-  procs.Release(sink);
-}
-
-TEST(FiltersTest, PeekTargetWithAddRefAndSetDataSink) {
-  moxtest::ScopedCountsCheck counts;
-  FilterProcs procs;
-  MOXFilter first = nullptr, second = nullptr, identity = nullptr;
-  ASSERT_EQ(procs.NewNullDataSink(&first), nullptr);
-  ASSERT_EQ(procs.NewNullDataSink(&second), nullptr);
-  ASSERT_EQ(procs.NewIdentityFilter(&identity, first), nullptr);
-  MOXFilter peeked = procs.PeekTarget(identity, true);
+TEST_F(FiltersTest, PeekTargetWithAddRefAndSetDataSinkKeepTheCounts) {
+  MOXFilter first = nullptr, second = nullptr, identity = nullptr, outer = nullptr;
+  ASSERT_EQ(procs_.NewNullDataSink(&first), nullptr);
+  ASSERT_EQ(procs_.NewNullDataSink(&second), nullptr);
+  ASSERT_EQ(procs_.NewIdentityFilter(&identity, first), nullptr);
+  MOXFilter peeked = procs_.PeekTarget(identity, true);
   EXPECT_EQ(peeked, first);
-  procs.Release(first);  // the peeked reference and the identity's keep it alive
-  EXPECT_EQ(procs.SetDataSink(identity, second), nullptr);
-  EXPECT_EQ(procs.PeekTarget(identity, false), second);
-  EXPECT_EQ(procs.Write(peeked, "still alive", 11), nullptr);
-  procs.Release(peeked);
+  procs_.Release(first);  // the peeked reference and the identity's keep it alive
+  EXPECT_EQ(procs_.SetDataSink(identity, second), nullptr);
+  EXPECT_EQ(procs_.PeekTarget(identity, false), second);
+  EXPECT_EQ(procs_.Write(peeked, "still alive", 11), nullptr);
+  procs_.Release(peeked);
 
-  EXPECT_NE(TakeMessage(procs.SetDataSink(second, identity)), "") << "a sink has no target";
-  MOXFilter outer = nullptr;
-  ASSERT_EQ(procs.NewIdentityFilter(&outer, identity), nullptr);
-  EXPECT_NE(TakeMessage(procs.SetDataSink(identity, outer)), "") << "a loop is refused";
-  procs.Release(outer);
-  procs.Release(identity);
-  procs.Release(second);
-}
-
-TEST(FiltersTest, UnsupportedFiltersSayItAndReleaseTheClient) {
-  moxtest::ScopedCountsCheck counts;
-  FilterProcs procs;
-  Client client;
-  MOXFilter sink = nullptr;
-  ASSERT_EQ(procs.NewNullDataSink(&sink), nullptr);
-  MOXFilter out = sink;
-  std::string error = TakeMessage(procs.NewFilterJPEG(&out, sink, &client, UpperWrite, UpperClose,
-                                                      nullptr, nullptr, nullptr, Release));
-  EXPECT_NE(error.find("not supported"), std::string::npos) << error;
-  EXPECT_EQ(out, nullptr);
-  EXPECT_EQ(client.releases, 1);
-
-  EXPECT_NE(TakeMessage(procs.NewClientFilter(&out, nullptr, &client, UpperWrite, UpperClose,
-                                              nullptr, Release)),
-            "")
-      << "a filter needs a target";
-  EXPECT_EQ(client.releases, 2);
-  procs.Release(sink);
+  EXPECT_NE(TakeMessage(procs_.SetDataSink(second, identity)), "") << "a sink has no target";
+  ASSERT_EQ(procs_.NewIdentityFilter(&outer, identity), nullptr);
+  EXPECT_NE(TakeMessage(procs_.SetDataSink(identity, outer)), "") << "a loop is refused";
+  procs_.Release(outer);
+  procs_.Release(identity);
+  procs_.Release(second);
 }
 
 }  // namespace

@@ -11,8 +11,7 @@ class FreshRuntimeState : public ::testing::EmptyTestEventListener {
   void OnTestStart(const ::testing::TestInfo&) override {
     moxhost::Runtime& runtime = moxhost::Runtime::Get();
     runtime.ClearFaults();
-    auto unregister = reinterpret_cast<MOXUnregisterInterfaceProc>(
-        moxhost::Runtime::LookupProc()("MOX", "MOXUnregisterInterface", "MOXUnregisterInterface"));
+    auto unregister = MOX_CORE(MOXUnregisterInterfaceProc, "MOXUnregisterInterface");
     for (const std::string& name : runtime.RegisteredInterfaces()) unregister(name.c_str());
     runtime.ClearReports();
   }

@@ -9,13 +9,20 @@
 
 #include "MOXRuntimeProcs.h"
 #include "moxhost/Runtime.h"
+#include "support/LiveCounts.h"
 
 namespace moxtest {
+
+inline void* Lookup(const char* interfaceName, const char* methodName, const char* procTypeName) {
+  return ::moxhost::Runtime::LookupProc()(interfaceName, methodName, procTypeName);
+}
 
 // The procedure of `interfaceName`.`methodName` under the proc type that is
 // also its typedef's name; null if the runtime has none.
 #define MOX_PROC(Type, interfaceName, methodName) \
-  reinterpret_cast<Type>(::moxhost::Runtime::LookupProc()(interfaceName, methodName, #Type))
+  reinterpret_cast<Type>(::moxtest::Lookup(interfaceName, methodName, #Type))
+// A core procedure: its proc-type name is its method name.
+#define MOX_CORE(Type, name) reinterpret_cast<Type>(::moxtest::Lookup("MOX", name, name))
 
 struct ContainerProcs {
 #define CONTAINER_PROC(Type, name) Type name = MOX_PROC(Type, "MOXContainerInterface", #name)
@@ -44,7 +51,6 @@ struct ErrorProcs {
   ERROR_PROC(MOXErrorGetMessageProc, GetErrorMessage);
   ERROR_PROC(MOXErrorGetComponentProc, GetComponent);
   ERROR_PROC(MOXErrorGetIDProc, GetID);
-  ERROR_PROC(MOXGetErrorInfoProc, GetErrorInfo);
 #undef ERROR_PROC
 };
 
@@ -64,7 +70,6 @@ class Atom {
   ~Atom() { StringProcs().DeleteStringAtom(atom_); }
   Atom(const Atom&) = delete;
   Atom& operator=(const Atom&) = delete;
-  MOXStringAtom get() const { return atom_; }
   operator MOXStringAtom() const { return atom_; }
 
  private:
@@ -102,7 +107,6 @@ class Owned {
   ~Owned() { ContainerProcs().Release(container_); }
   Owned(const Owned&) = delete;
   Owned& operator=(const Owned&) = delete;
-  MOXContainer get() const { return container_; }
   operator MOXContainer() const { return container_; }
 
  private:

@@ -1,18 +1,17 @@
-// The runtime's own streams: memory, shared-buffer and file streams.
+// The runtime's own streams (memory, shared-buffer and file streams), and
+// streams implemented by a client and served through the runtime.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "HostTestUtil.h"
-#include "support/LiveCounts.h"
 
 namespace {
 
 using moxhost::Runtime;
-using moxhost::StreamOp;
 using moxtest::Owned;
 using moxtest::TakeMessage;
 
@@ -36,12 +35,21 @@ struct Stream {
     bytes.resize(count);
     return bytes;
   }
+  // The message of the failure, "" on success.
+  std::string ReadFailure() {
+    uint64_t count = 9;
+    char byte;
+    std::string error = TakeMessage(read(owned, &count, &byte, 1));
+    EXPECT_EQ(count, 0u);
+    return error;
+  }
   std::string Write(const std::string& bytes) {
     return TakeMessage(write(owned, bytes.data(), bytes.size()));
   }
   std::string Seek(int64_t position, int32_t mode) {
     return TakeMessage(seek(owned, position, mode));
   }
+  std::string Rewind() { return TakeMessage(rewind(owned)); }
   int64_t Mark() {
     int64_t position = -1;
     EXPECT_EQ(mark(owned, &position), nullptr);
@@ -55,18 +63,17 @@ struct Stream {
 };
 
 MOXContainer NewMemoryStream() {
-  auto factory = MOX_PROC(MOXNewPositionableMemoryStreamProc, "MOXStreamFactoryInterface",
-                          "NewPositionableMemoryStream");
   MOXContainer stream = nullptr;
-  EXPECT_EQ(factory(&stream), nullptr);
+  EXPECT_EQ(MOX_PROC(MOXNewPositionableMemoryStreamProc, "MOXStreamFactoryInterface",
+                     "NewPositionableMemoryStream")(&stream),
+            nullptr);
   return stream;
 }
 
 MOXContainer NewFileStream(const std::string& path, const char* mode, std::string* error) {
-  auto factory = MOX_PROC(MOXNewPositionableFileStreamProc, "MOXStreamFactoryInterface",
-                          "NewPositionableFileStream");
   MOXContainer stream = nullptr;
-  *error = TakeMessage(factory(&stream, path.c_str(), mode));
+  *error = TakeMessage(MOX_PROC(MOXNewPositionableFileStreamProc, "MOXStreamFactoryInterface",
+                                "NewPositionableFileStream")(&stream, path.c_str(), mode));
   return stream;
 }
 
@@ -79,34 +86,12 @@ std::string FileContents(const std::string& path) {
   return contents;
 }
 
-class TempPath {
- public:
-  TempPath() {
-    char pattern[] = "/tmp/moxhost-stream-XXXXXX";
-    int fd = mkstemp(pattern);
-    EXPECT_GE(fd, 0);
-    close(fd);
-    path_ = pattern;
-  }
-  ~TempPath() { std::remove(path_.c_str()); }
-  const std::string& get() const { return path_; }
-
- private:
-  std::string path_;
-};
-
 TEST(MemoryStreamTest, ReadWriteAndTheThreeSeekModes) {
   moxtest::ScopedCountsCheck counts;
-  MOXContainer container = NewMemoryStream();
-  EXPECT_EQ(
-      *MOX_PROC(MOXGetRefCountAddrProc, "MOXContainerInterface", "DebugGetRefCountAddr")(container),
-      0u)
-      << "streams come back unowned";
-  Stream stream(container);
+  Stream stream(NewMemoryStream());
   EXPECT_EQ(stream.Write("hello world"), "");
   EXPECT_EQ(stream.Mark(), 11);
   EXPECT_EQ(stream.Read(4), "") << "at the end";
-
   EXPECT_EQ(stream.Seek(6, 0), "");
   EXPECT_EQ(stream.Read(3), "wor");
   EXPECT_EQ(stream.Seek(-5, 1), "");
@@ -123,145 +108,165 @@ TEST(MemoryStreamTest, ReadWriteAndTheThreeSeekModes) {
   // Writing past the end fills the gap with zeros.
   EXPECT_EQ(stream.Seek(2, 2), "");
   EXPECT_EQ(stream.Write("!"), "");
-  EXPECT_EQ(TakeMessage(stream.rewind(stream.owned)), "");
+  EXPECT_EQ(stream.Rewind(), "");
   EXPECT_EQ(stream.Read(100), std::string("hello world\0\0!", 14));
-}
-
-TEST(MemoryStreamTest, IndependentCopiesShareDataNotPosition) {
-  moxtest::ScopedCountsCheck counts;
-  Stream original(NewMemoryStream());
-  EXPECT_EQ(original.Write("abcdef"), "");
-  Stream copy(original.Copy());
-  EXPECT_EQ(copy.Mark(), 0) << "a copy starts at the beginning";
-  EXPECT_EQ(copy.Read(2), "ab");
-  EXPECT_EQ(original.Mark(), 6);
-  EXPECT_EQ(original.Write("gh"), "");
-  EXPECT_EQ(copy.Read(100), "cdefgh");
-
-  // The rewindable form gives an independent stream too.
-  auto rewindable = MOX_METHOD(MOXRewindableStreamCreateIndependentlyRewindableStreamProc,
-                               original.owned, "CreateIndependentlyRewindableStream");
-  MOXContainer other = nullptr;
-  ASSERT_EQ(rewindable(original.owned, &other), nullptr);
-  Stream third(other);
-  EXPECT_EQ(third.Read(3), "abc");
-}
-
-TEST(MemoryStreamTest, InjectedFaultsHitTheNthCallOfAnOperation) {
-  moxtest::ScopedCountsCheck counts;
-  Stream stream(NewMemoryStream());
-  Runtime::Get().FailNthStreamCall(StreamOp::kWrite, 2);
-  EXPECT_EQ(stream.Write("a"), "");
-  EXPECT_NE(stream.Write("b"), "");
-  EXPECT_EQ(stream.Write("c"), "");
-
-  Runtime::Get().FailNthStreamCall(StreamOp::kSeek, 1);
-  EXPECT_NE(stream.Seek(0, 0), "");
-  Runtime::Get().FailNthStreamCall(StreamOp::kMark, 1);
-  int64_t position = 77;
-  EXPECT_NE(TakeMessage(stream.mark(stream.owned, &position)), "");
-  EXPECT_EQ(position, 0);
-  Runtime::Get().FailNthStreamCall(StreamOp::kRead, 1);
-  EXPECT_EQ(stream.Seek(0, 0), "");
-  uint64_t count = 5;
-  char byte;
-  EXPECT_NE(TakeMessage(stream.read(stream.owned, &count, &byte, 1)), "");
-  EXPECT_EQ(count, 0u);
-  EXPECT_EQ(stream.Read(10), "ac") << "the failed write wrote nothing";
 }
 
 TEST(BufferStreamTest, ReadsStopAndWritesFailAtTheBufferEnd) {
   moxtest::ScopedCountsCheck counts;
-  auto newBuffer = MOX_PROC(MOXSharedBuffNewBufferV3Proc, "MOXSharedBuffInterface", "NewBuffer");
-  auto release = MOX_PROC(MOXSharedBuffReleaseProc, "MOXSharedBuffInterface", "Release");
-  auto factory = MOX_PROC(MOXNewPositionableBufferStreamProc, "MOXStreamFactoryInterface",
-                          "NewPositionableBufferStream");
   char bytes[] = "0123456789";
-  MOXSharedBuff buffer = newBuffer(10, bytes, nullptr, 0, 0);
+  MOXSharedBuff buffer = MOX_PROC(MOXSharedBuffNewBufferV3Proc, "MOXSharedBuffInterface",
+                                  "NewBuffer")(10, bytes, nullptr, 0, 0);
   MOXContainer container = nullptr;
-  ASSERT_EQ(factory(&container, buffer), nullptr);
-  release(buffer);  // the stream holds its own reference
+  ASSERT_EQ(MOX_PROC(MOXNewPositionableBufferStreamProc, "MOXStreamFactoryInterface",
+                     "NewPositionableBufferStream")(&container, buffer),
+            nullptr);
+  // The stream holds its own reference.
+  MOX_PROC(MOXSharedBuffReleaseProc, "MOXSharedBuffInterface", "Release")(buffer);
   Stream stream(container);
   EXPECT_EQ(stream.Seek(-3, 2), "");
   EXPECT_EQ(stream.Read(10), "789");
   EXPECT_EQ(stream.Seek(8, 0), "");
   EXPECT_NE(stream.Write("abc"), "") << "would pass the end";
   EXPECT_EQ(stream.Write("ab"), "");
-  Stream copy(stream.Copy());
-  EXPECT_EQ(copy.Read(100), "01234567ab");
+  EXPECT_EQ(Stream(stream.Copy()).Read(100), "01234567ab");
 }
 
-TEST(FileStreamTest, ModesAreHonoured) {
+TEST(FileStreamTest, ModesAreHonouredAndCopiesKeepTheirOwnPosition) {
   moxtest::ScopedCountsCheck counts;
-  TempPath path;
+  char pattern[] = "/tmp/moxhost-stream-XXXXXX";
+  ASSERT_GE(close(mkstemp(pattern)), 0);
+  const std::string path = pattern;
   std::string error;
   {
-    Stream stream(NewFileStream(path.get(), "wb", &error));
+    Stream stream(NewFileStream(path, "wb", &error));
     EXPECT_EQ(stream.Write("hello"), "");
-    uint64_t count = 9;
-    char byte;
-    EXPECT_NE(TakeMessage(stream.read(stream.owned, &count, &byte, 1)), "") << "write-only";
-    EXPECT_EQ(FileContents(path.get()), "hello") << "nothing waits in a buffer";
+    EXPECT_NE(stream.ReadFailure(), "") << "write-only";
+    EXPECT_EQ(FileContents(path), "hello") << "nothing waits in a buffer";
   }
   {
-    Stream stream(NewFileStream(path.get(), "rb", &error));
+    Stream stream(NewFileStream(path, "rb", &error));
     EXPECT_NE(stream.Write("x"), "") << "a read-only stream refuses writes";
     EXPECT_EQ(stream.Read(100), "hello");
   }
   {
-    Stream stream(NewFileStream(path.get(), "ab", &error));
+    Stream stream(NewFileStream(path, "ab", &error));
     EXPECT_EQ(stream.Seek(0, 0), "");
     EXPECT_EQ(stream.Write(" world"), "") << "appends wherever the stream stands";
     EXPECT_EQ(stream.Mark(), 11);
   }
   {
-    Stream stream(NewFileStream(path.get(), "r+b", &error));
+    Stream stream(NewFileStream(path, "r+b", &error));
     EXPECT_EQ(stream.Seek(-5, 2), "");
     EXPECT_EQ(stream.Write("WORLD"), "");
-    EXPECT_EQ(TakeMessage(stream.rewind(stream.owned)), "");
-    EXPECT_EQ(stream.Read(5), "hello");
+    Stream reader(stream.Copy());
+    EXPECT_EQ(reader.Read(6), "hello ");
+    EXPECT_EQ(stream.Write("!"), "");
+    EXPECT_EQ(reader.Read(100), "WORLD!");
   }
-  EXPECT_EQ(FileContents(path.get()), "hello WORLD");
-  {
-    Stream stream(NewFileStream(path.get(), "wb", &error));
-    EXPECT_EQ(FileContents(path.get()), "") << "\"w\" truncates";
-  }
-}
-
-TEST(FileStreamTest, CopiesHaveTheirOwnPositionOverTheSameFile) {
-  moxtest::ScopedCountsCheck counts;
-  TempPath path;
-  std::string error;
-  Stream writer(NewFileStream(path.get(), "w+b", &error));
-  EXPECT_EQ(writer.Write("0123456789"), "");
-  Stream reader(writer.Copy());
-  EXPECT_EQ(reader.Read(4), "0123");
-  EXPECT_EQ(writer.Mark(), 10);
-  EXPECT_EQ(writer.Write("ab"), "");
-  EXPECT_EQ(reader.Read(100), "456789ab");
-  EXPECT_NE(reader.Seek(-1, 0), "");
+  EXPECT_EQ(FileContents(path), "hello WORLD!");
+  std::remove(path.c_str());
 }
 
 TEST(FileStreamTest, OpenFailuresAreErrors) {
   moxtest::ScopedCountsCheck counts;
   std::string error;
-  EXPECT_EQ(NewFileStream("/nonexistent-dir/file", "rb", &error), nullptr);
-  EXPECT_NE(error.find("/nonexistent-dir/file"), std::string::npos) << error;
-  EXPECT_EQ(NewFileStream("/tmp", "rb", &error), nullptr) << "a directory is no stream";
-  EXPECT_NE(error, "");
-  EXPECT_EQ(NewFileStream("/tmp/x", "q", &error), nullptr);
-  EXPECT_NE(error, "");
+  for (auto [path, mode] : {std::pair<const char*, const char*>{"/nonexistent-dir/file", "rb"},
+                            {"/tmp", "rb"},  // a directory is no stream
+                            {"/tmp/x", "q"}}) {
+    EXPECT_EQ(NewFileStream(path, mode, &error), nullptr) << path;
+    EXPECT_NE(error.find(mode[0] == 'q' ? "invalid mode" : path), std::string::npos) << error;
+  }
 }
 
 TEST(StreamMethodsTest, ForeignContainersAreRefused) {
   moxtest::ScopedCountsCheck counts;
   Stream stream(NewMemoryStream());
-  auto newContainer = MOX_PROC(MOXNewContainerV2Proc, "MOXContainerInterface", "NewContainer");
   MOXContainer bare = nullptr;
-  ASSERT_EQ(newContainer(&bare, 0, 0, 0, 0, 0), nullptr);
+  ASSERT_EQ(moxtest::ContainerProcs().NewContainer(&bare, 0, 0, 0, 0, 0), nullptr);
   Owned owned(bare);
   EXPECT_NE(TakeMessage(stream.write(owned, "x", 1)), "");
   EXPECT_NE(TakeMessage(stream.seek(nullptr, 0, 0)), "");
+}
+
+// A client stream that logs which adapter each method reached; its writes fail.
+struct Client {
+  std::vector<std::string> calls;
+  int releases = 0;
+};
+MOXErrorRef Log(void* client, const std::string& call) {
+  static_cast<Client*>(client)->calls.push_back(call);
+  return nullptr;
+}
+void ReleaseClient(void* client) {
+  ++static_cast<Client*>(client)->releases;
+}
+
+TEST(ClientStreamsTest, MethodsReachTheirAdaptersErrorsPassAndReleaseRunsOnce) {
+  moxtest::ScopedCountsCheck counts;
+  Client client;
+  MOXContainer container = nullptr;
+  ASSERT_EQ(MOX_PROC(MOXNewClientPositionableStreamProc, "MOXStreamFactoryInterface",
+                     "NewClientPositionableStream")(
+                &container, &client,
+                [](void* c, uint64_t* count, void* buffer, uint64_t size) {
+                  *static_cast<char*>(buffer) = 'r';
+                  *count = 1;
+                  return Log(c, "read " + std::to_string(size));
+                },
+                [](void* c, const void*, uint64_t size) {
+                  Log(c, "write " + std::to_string(size));
+                  return moxtest::ErrorProcs().NewError("disk on fire", "", 0, 0, 0);
+                },
+                [](void* c, MOXContainer*) { return Log(c, "createRewindable"); },
+                [](void* c) { return Log(c, "rewind"); },
+                [](void* c, MOXContainer*) { return Log(c, "createPositionable"); },
+                [](void* c, int64_t* position) {
+                  *position = 42;
+                  return Log(c, "mark");
+                },
+                [](void* c, int64_t position, int32_t mode) {
+                  return Log(c, "seek " + std::to_string(position) + " " + std::to_string(mode));
+                },
+                ReleaseClient),
+            nullptr);
+  {
+    Stream stream(container);
+    EXPECT_EQ(stream.Write("abc"), "disk on fire");
+    EXPECT_EQ(stream.Seek(-1, 2), "");
+    EXPECT_EQ(stream.Read(8), "r");
+    EXPECT_EQ(stream.Mark(), 42);
+    EXPECT_EQ(stream.Rewind(), "");
+    stream.Copy();
+    MOXContainer copy = nullptr;
+    EXPECT_EQ(MOX_METHOD(MOXRewindableStreamCreateIndependentlyRewindableStreamProc, stream.owned,
+                         "CreateIndependentlyRewindableStream")(stream.owned, &copy),
+              nullptr);
+    EXPECT_EQ(client.calls,
+              (std::vector<std::string>{"write 3", "seek -1 2", "read 8", "mark", "rewind",
+                                        "createPositionable", "createRewindable"}));
+    EXPECT_EQ(client.releases, 0);
+  }
+  EXPECT_EQ(client.releases, 1);
+}
+
+TEST(ClientStreamsTest, SimpleLevelMissingAdaptersAndFailedFactoryCalls) {
+  moxtest::ScopedCountsCheck counts;
+  Client client;
+  auto newSimple =
+      MOX_PROC(MOXNewClientSimpleStreamProc, "MOXStreamFactoryInterface", "NewClientSimpleStream");
+  MOXContainer simple = nullptr;
+  ASSERT_EQ(newSimple(&simple, &client, nullptr, nullptr, ReleaseClient), nullptr);
+  {
+    Stream stream(simple);
+    EXPECT_NE(stream.read, nullptr);
+    EXPECT_EQ(stream.rewind, nullptr) << "a simple stream has only the simple methods";
+    EXPECT_EQ(stream.seek, nullptr);
+    EXPECT_NE(stream.Write("x"), "") << "a missing adapter is an error, not a crash";
+  }
+  EXPECT_EQ(client.releases, 1);
+  EXPECT_NE(TakeMessage(newSimple(nullptr, &client, nullptr, nullptr, ReleaseClient)), "");
+  EXPECT_EQ(client.releases, 2) << "the runtime owns the client from the call on";
 }
 
 }  // namespace
