@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -21,14 +22,10 @@ moxhost::Runtime& RT() {
   return moxhost::Runtime::Get();
 }
 
-std::string MessageOf(const CMOXError& e) {
-  return MOXString::GetCString(MOXErrorProcs::GetErrorMessage(e.fError));
-}
-std::string ComponentOf(const CMOXError& e) {
-  return MOXString::GetCString(MOXErrorProcs::GetComponent(e.fError));
-}
-std::string MessageOf(MOXErrorRef error) {
-  return MOXString::GetCString(MOXErrorProcs::GetErrorMessage(error));
+// "component: message".
+std::string Describe(MOXErrorRef error) {
+  return std::string(MOXString::GetCString(MOXErrorProcs::GetComponent(error))) + ": " +
+         MOXString::GetCString(MOXErrorProcs::GetErrorMessage(error));
 }
 
 // Makes failed interface lookups quiet, as they are while the library binds,
@@ -57,68 +54,63 @@ void RecordAndFree(void* block) {
 
 TEST_F(HostWrappers, SharedBufferCopiesOrTakesOverItsBytes) {
   gReleasedBlocks.clear();
-  const int64_t buffers = RT().Counts().sharedBuffers;
   MOXSharedBuff copied = MOXNewSharedBuffer(5, const_cast<char*>("hello"), nullptr, 0, 0);
   EXPECT_EQ(MOXSharedBuffProcs::GetSize(copied), 5u);
   EXPECT_EQ(std::memcmp(MOXSharedBuffProcs::GetBuffer(copied), "hello", 5), 0);
-
   void* block = std::malloc(3);
   MOXSharedBuff owner = MOXNewSharedBuffer(3, block, &RecordAndFree, 0, 0);
   EXPECT_EQ(MOXSharedBuffProcs::GetBuffer(owner), block) << "a handed-over block is not copied";
-  EXPECT_EQ(RT().Counts().sharedBuffers, buffers + 2);
-
   MOXSharedBuffProcs::AddRef(owner);
   MOXSharedBuffProcs::Release(owner);
   EXPECT_TRUE(gReleasedBlocks.empty());
   MOXSharedBuffProcs::Release(owner);
   MOXSharedBuffProcs::Release(copied);
-  ASSERT_EQ(gReleasedBlocks.size(), 1u);
-  EXPECT_EQ(gReleasedBlocks[0], block);
-  EXPECT_EQ(RT().Counts().sharedBuffers, buffers);
+  EXPECT_EQ(gReleasedBlocks, std::vector<void*>{block});
 }
 
 MOXSharedBuff ThrowingNewBuffer(uint64_t, void*, MOXReleaseProc, uintptr_t, uintptr_t) {
   throw std::runtime_error("runtime exploded");
 }
 
+// However making the buffer fails, a handed-over block is released once and
+// bytes to copy, never handed over, are left alone.
 TEST_F(HostWrappers, FailedBufferReleasesAHandedOverBlockOnce) {
-  gReleasedBlocks.clear();
-  // The runtime refuses non-zero trailing words with a null buffer.
-  void* block = std::malloc(4);
-  EXPECT_THROW(MOXNewSharedBuffer(4, block, &RecordAndFree, 1, 0), std::bad_alloc);
-  ASSERT_EQ(gReleasedBlocks.size(), 1u);
-  EXPECT_EQ(gReleasedBlocks[0], block);
-
-  // Bytes to copy were never handed over: nothing to release.
+  const std::function<void(void*, MOXReleaseProc)> failures[] = {
+      // The runtime refuses non-zero trailing words with a null buffer.
+      [](void* data, MOXReleaseProc release) {
+        EXPECT_THROW(MOXNewSharedBuffer(4, data, release, 1, 0), std::bad_alloc);
+      },
+      [](void* data, MOXReleaseProc release) {
+        MOXRequireSharedBuffTable();
+        gMOXSharedBuffTable.SetSlot(0, reinterpret_cast<void*>(&ThrowingNewBuffer));
+        EXPECT_THROW(MOXNewSharedBuffer(4, data, release, 0, 0), std::runtime_error);
+        gMOXSharedBuffTable.Clear();
+      },
+      [](void* data, MOXReleaseProc release) {
+        HideInterface("MOXSharedBuffInterface");
+        EXPECT_THROW(MOXNewSharedBuffer(4, data, release, 0, 0), CMOXError);
+        RT().ClearFaults();
+      },
+      [](void* data, MOXReleaseProc release) {
+        HideInterface("MOXSharedBuffInterface");
+        QuietLookups quiet;
+        try {
+          MOXNewSharedBuffer(4, data, release, 0, 0);
+          ADD_FAILURE() << "made a buffer without the interface";
+        } catch (const CMOXError& e) {
+          EXPECT_EQ(Describe(e.fError), "MOX: Missing Interface");
+        }
+        RT().ClearFaults();
+      }};
   char bytes[4] = {1, 2, 3, 4};
-  EXPECT_THROW(MOXNewSharedBuffer(4, bytes, nullptr, 1, 0), std::bad_alloc);
-  EXPECT_EQ(gReleasedBlocks.size(), 1u);
-  RT().ClearReports();
-
-  // A runtime that throws out of NewBuffer: the block is released all the same.
-  gMOXSharedBuffTable.SetSlot(0, reinterpret_cast<void*>(&ThrowingNewBuffer));
-  EXPECT_THROW(MOXNewSharedBuffer(8, std::malloc(8), &RecordAndFree, 0, 0), std::runtime_error);
-  gMOXSharedBuffTable.Clear();
-  EXPECT_EQ(gReleasedBlocks.size(), 2u);
-}
-
-TEST_F(HostWrappers, MissingSharedBufferInterfaceReleasesTheBlockOnce) {
-  gReleasedBlocks.clear();
-  HideInterface("MOXSharedBuffInterface");
-  EXPECT_THROW(MOXNewSharedBuffer(8, std::malloc(8), &RecordAndFree, 0, 0), CMOXError);
-  EXPECT_EQ(gReleasedBlocks.size(), 1u);
-  {
-    QuietLookups quiet;
-    try {
-      MOXNewSharedBuffer(8, std::malloc(8), &RecordAndFree, 0, 0);
-      ADD_FAILURE() << "made a buffer without the interface";
-    } catch (const CMOXError& e) {
-      EXPECT_EQ(MessageOf(e), "Missing Interface");
-      EXPECT_EQ(ComponentOf(e), "MOX");
-    }
-    EXPECT_EQ(gReleasedBlocks.size(), 2u);
+  for (const auto& fail : failures) {
+    gReleasedBlocks.clear();
+    fail(bytes, nullptr);
+    EXPECT_TRUE(gReleasedBlocks.empty());
+    void* block = std::malloc(4);
+    fail(block, &RecordAndFree);
+    EXPECT_EQ(gReleasedBlocks, std::vector<void*>{block});
   }
-  RT().ClearFaults();
   MOXSharedBuff buffer = MOXNewSharedBuffer(1, nullptr, nullptr, 0, 0);
   EXPECT_NE(buffer, nullptr) << "the table loads again once the interface is back";
   MOXSharedBuffProcs::Release(buffer);
@@ -128,9 +120,8 @@ TEST_F(HostWrappers, MissingSharedBufferInterfaceReleasesTheBlockOnce) {
 
 // The no-purge level of `id`, read by raising and lowering it once.
 uintptr_t NoPurgeLevel(MOXCacheID id) {
-  uintptr_t level = 0;
+  uintptr_t level = 0, ignored = 0;
   MOXCacheProcs::MarkNoPurge(id, &level, 1);
-  uintptr_t ignored = 0;
   MOXCacheProcs::MarkNoPurge(id, &ignored, 0);
   return level;
 }
@@ -140,26 +131,17 @@ TEST_F(HostWrappers, CacheIdentifiersAndEntriesHoldTheirOwnReferences) {
   {
     auto id = std::make_unique<CMOXCacheID>();
     ASSERT_NE(id->fID, nullptr);
-    EXPECT_EQ(RT().Counts().cacheIDs, ids + 1);
     CMOXCacheID copy(*id);
-    EXPECT_EQ(copy.fID, id->fID);
-
     CMOXCacheEntry plain(id->fID, 7);
-    EXPECT_EQ(plain.fData, 7u);
     EXPECT_EQ(NoPurgeLevel(id->fID), 0u) << "the plain entry doesn't mark";
     {
       CMOXPinnedCacheEntry pinned(id->fID, 42);
-      EXPECT_EQ(NoPurgeLevel(id->fID), 1u);
       CMOXPinnedCacheEntry pinnedCopy(pinned);
-      EXPECT_EQ(pinnedCopy.fData, 42u);
       EXPECT_EQ(NoPurgeLevel(id->fID), 2u);
     }
     EXPECT_EQ(NoPurgeLevel(id->fID), 0u) << "pinned entries unmark when they go";
-
-    MOXCacheID raw = id->fID;
     id.reset();
     EXPECT_EQ(RT().Counts().cacheIDs, ids + 1) << "the entry and the copy keep it alive";
-    EXPECT_EQ(plain.fID, raw);
   }
   EXPECT_EQ(RT().Counts().cacheIDs, ids);
 }
@@ -175,8 +157,7 @@ TEST_F(HostWrappers, RuntimeWithoutIdentifiersFailsCacheIDConstruction) {
     CMOXCacheID id;
     ADD_FAILURE() << "made an identifier from nothing";
   } catch (const CMOXError& e) {
-    EXPECT_EQ(MessageOf(e), "couldn't create cacheID");
-    EXPECT_EQ(ComponentOf(e), "");
+    EXPECT_EQ(Describe(e.fError), ": couldn't create cacheID");
   }
   gMOXCacheTable.Clear();
 }
@@ -191,12 +172,7 @@ TEST_F(HostWrappers, OneMissingMethodFailsTheWholeCacheTable) {
   EXPECT_THROW(CMOXCacheEntry(id.fID, 1), CMOXError) << "even when only AddRef is needed";
   {
     QuietLookups quiet;
-    try {
-      CMOXCacheID another;
-      ADD_FAILURE() << "made an identifier without the table";
-    } catch (const CMOXError& e) {
-      EXPECT_EQ(MessageOf(e), "Missing Interface");
-    }
+    EXPECT_THROW(CMOXCacheID(), CMOXError);
     CMOXPinnedCacheEntry entry(id.fID, 1);
     EXPECT_EQ(entry.fID, nullptr) << "no reference taken, so none to give back";
   }
@@ -228,39 +204,25 @@ class RecordingProgress : public MOX_T_MT::MOXClientProgress {
 
 TEST_F(HostWrappers, ClientProgressAnswersThroughTheRuntime) {
   int destroyed = 0;
-  const int64_t live = RT().Counts().progress;
   {
     auto* client = new RecordingProgress(&destroyed);
     CMOXProgress progress(MOXNewClientProgress(client), true);
-    EXPECT_EQ(RT().Counts().progress, live + 1);
     EXPECT_TRUE(progress.Update(0.25));
     EXPECT_EQ(client->lastFraction, 0.25);
-
     client->result = 0x100;
     EXPECT_FALSE(progress.Update(0.5)) << "only the low eight bits count";
     client->result = 0x102;
     EXPECT_TRUE(progress.Update(0.5));
     client->throwNext = true;
     EXPECT_FALSE(progress.Update(0.75)) << "an exception asks the caller to stop";
-    EXPECT_EQ(client->lastFraction, 0.75);
 
     CMOXProgress shared(progress.fProgress, false);
     CMOXProgress copy(shared);
-    EXPECT_EQ(copy.fProgress, progress.fProgress);
   }
   EXPECT_EQ(destroyed, 1);
-  EXPECT_EQ(RT().Counts().progress, live);
 }
 
 TEST_F(HostWrappers, CMOXProgressNeedsAnObjectAndTheTable) {
-  try {
-    CMOXProgress progress(nullptr, false);
-    ADD_FAILURE() << "held a null progress";
-  } catch (const CMOXError& e) {
-    EXPECT_EQ(MessageOf(e), "couldn't construct CMOXProgress");
-    EXPECT_EQ(ComponentOf(e), "");
-  }
-
   ASSERT_NE(gMOXProgressTable.Get(), nullptr);
   MOXProgress null = gMOXProgressTable.Slot<MOXProgressNewNullProgressProc>(0)();
   HideInterface("MOXProgressInterface");
@@ -269,16 +231,18 @@ TEST_F(HostWrappers, CMOXProgressNeedsAnObjectAndTheTable) {
   {
     QuietLookups quiet;
     EXPECT_EQ(MOXNewClientProgress(client), nullptr);
-    try {
-      CMOXProgress progress(null, false);
-      ADD_FAILURE() << "held a progress without the table";
-    } catch (const CMOXError& e) {
-      EXPECT_EQ(MessageOf(e), "couldn't construct CMOXProgress");
+    for (MOXProgress progress : {null, static_cast<MOXProgress>(nullptr)}) {
+      try {
+        CMOXProgress handle(progress, false);
+        ADD_FAILURE() << "held a progress without the table or a null one";
+      } catch (const CMOXError& e) {
+        EXPECT_EQ(Describe(e.fError), ": couldn't construct CMOXProgress");
+      }
+      RT().ClearFaults();
     }
   }
   EXPECT_EQ(destroyed, 0) << "without the table the client stays the caller's";
   delete client;
-  RT().ClearFaults();
   CMOXProgress adopted(null, true);
   EXPECT_TRUE(adopted.Update(1.0));
 }
@@ -288,22 +252,18 @@ TEST_F(HostWrappers, CMOXProgressNeedsAnObjectAndTheTable) {
 MOXErrorRef FilterWrite(MOXFilter filter, const void* data, uint64_t size) {
   return gMOXFilterTable.Slot<MOXFilterWriteV2Proc>(7)(filter, data, size);
 }
-MOXErrorRef FilterClose(MOXFilter filter) {
-  return gMOXFilterTable.Slot<MOXFilterCloseProc>(9)(filter);
-}
 void FilterRelease(MOXFilter filter) {
   gMOXFilterTable.Slot<MOXFilterReleaseProc>(6)(filter);
 }
 
-// Collects what reaches it; an upper-casing stage passes bytes on to its
-// target. Both count their deaths.
+// Collects what reaches it; with a target it passes the bytes on, upper-cased.
 class RecordingFilter : public MOX_T_MT::MOXClientFilter {
  public:
   explicit RecordingFilter(int* destroyed) : destroyed_(destroyed) {}
   ~RecordingFilter() override { ++*destroyed_; }
 
   void Write(MOXFilter target, const void* data, uint64_t size) override {
-    if (failWrites) throw MOX_T_MT::POSException("sink full");
+    if (fail) throw MOX_T_MT::POSException("sink full");
     std::string text(static_cast<const char*>(data), size);
     if (target == nullptr) {
       received += text;
@@ -313,8 +273,8 @@ class RecordingFilter : public MOX_T_MT::MOXClientFilter {
     MOXCheck(FilterWrite(target, text.data(), text.size()));
   }
   int32_t Close(MOXFilter) override {
-    if (throwOnClose) throw std::runtime_error("close broke");
-    return closeResult;
+    if (fail) throw std::runtime_error("close broke");
+    return 1;
   }
   uint32_t GetChainState() override { return 17; }
   int32_t SetImageParameters(uint32_t width, int16_t components) override {
@@ -323,14 +283,12 @@ class RecordingFilter : public MOX_T_MT::MOXClientFilter {
     return 3;
   }
   int32_t SetCompressionParameters(int32_t quality) override {
-    if (throwOnClose) throw std::runtime_error("parameters broke");
+    if (fail) throw std::runtime_error("parameters broke");
     return quality + 1;
   }
 
   std::string received;
-  bool failWrites = false;
-  bool throwOnClose = false;
-  int32_t closeResult = 1;
+  bool fail = false;  // every operation throws
   uint32_t imageWidth = 0;
   int16_t imageComponents = 0;
 
@@ -340,27 +298,22 @@ class RecordingFilter : public MOX_T_MT::MOXClientFilter {
 
 TEST_F(HostWrappers, ClientSinkAndFilterCarryWritesThroughTheRuntime) {
   int destroyed = 0;
-  const int64_t live = RT().Counts().filters;
   auto* sinkClient = new RecordingFilter(&destroyed);
   auto* stageClient = new RecordingFilter(&destroyed);
   MOXFilter sink = MOXNewClientDataSink(sinkClient);
   ASSERT_NE(sink, nullptr);
   MOXFilter stage = MOXNewClientFilter(sink, stageClient);
   ASSERT_NE(stage, nullptr);
-  EXPECT_EQ(RT().Counts().filters, live + 2);
-
   EXPECT_EQ(FilterWrite(stage, "abc", 3), nullptr);
   EXPECT_EQ(sinkClient->received, "ABC");
   EXPECT_EQ(gMOXFilterTable.Slot<MOXFilterGetChainStateV2Proc>(15)(stage), 17u);
 
-  sinkClient->failWrites = true;
+  sinkClient->fail = true;
   MOXErrorRef error = FilterWrite(stage, "d", 1);
-  ASSERT_NE(error, nullptr) << "the sink's failure travels back up the chain";
-  EXPECT_EQ(MessageOf(error), "sink full");
+  EXPECT_EQ(Describe(error), "TOV: sink full") << "the sink's failure travels back up the chain";
   MOXErrorProcs::Release(error);
-
-  stageClient->throwOnClose = true;
-  error = FilterClose(stage);
+  stageClient->fail = true;
+  error = gMOXFilterTable.Slot<MOXFilterCloseProc>(9)(stage);
   EXPECT_NE(error, nullptr) << "a throwing close counts as a failed one";
   MOXErrorProcs::Release(error);
 
@@ -368,7 +321,6 @@ TEST_F(HostWrappers, ClientSinkAndFilterCarryWritesThroughTheRuntime) {
   EXPECT_EQ(destroyed, 1);
   FilterRelease(sink);
   EXPECT_EQ(destroyed, 2);
-  EXPECT_EQ(RT().Counts().filters, live);
 }
 
 TEST_F(HostWrappers, FilterFactoryErrorLeavesTheClientToTheRuntime) {
@@ -393,7 +345,6 @@ TEST_F(HostWrappers, MissingFilterTableOwnershipIsAsymmetric) {
     EXPECT_EQ(MOXNewClientDataSink(sinkClient), nullptr);
     EXPECT_EQ(destroyed, 0) << "the data sink wrapper leaves its client alone";
     EXPECT_EQ(MOXNewClientFilter(nullptr, new RecordingFilter(&destroyed)), nullptr);
-    EXPECT_EQ(destroyed, 1);
     EXPECT_EQ(MOXNewFilterJPEG(nullptr, new RecordingFilter(&destroyed)), nullptr);
     EXPECT_EQ(destroyed, 2);
   }
@@ -434,42 +385,36 @@ TEST_F(HostWrappers, FilterAdaptersPassArgumentsAndSwallowFailures) {
   EXPECT_EQ(MOXNewFilterJPEG(nullptr, client), reinterpret_cast<MOXFilter>(&gCaptured));
   gMOXFilterTable.Clear();
   ASSERT_EQ(gCaptured.client, client);
+  void* self = gCaptured.client;
 
-  EXPECT_EQ(gCaptured.imageParams(gCaptured.client, 640, -3), 3);
+  EXPECT_EQ(gCaptured.imageParams(self, 640, -3), 3);
   EXPECT_EQ(client->imageWidth, 640u);
   EXPECT_EQ(client->imageComponents, -3) << "the signed 16-bit value arrives intact";
-  EXPECT_EQ(gCaptured.compressionParams(gCaptured.client, 74), 75);
-  EXPECT_EQ(gCaptured.chainState(gCaptured.client), 17u);
-  EXPECT_EQ(gCaptured.close(gCaptured.client, nullptr), 1);
-  client->throwOnClose = true;
-  EXPECT_EQ(gCaptured.close(gCaptured.client, nullptr), 0);
-  EXPECT_EQ(gCaptured.compressionParams(gCaptured.client, 74), 0);
-
-  EXPECT_EQ(gCaptured.write(gCaptured.client, nullptr, "xy", 2), nullptr);
+  EXPECT_EQ(gCaptured.compressionParams(self, 74), 75);
+  EXPECT_EQ(gCaptured.chainState(self), 17u);
+  EXPECT_EQ(gCaptured.close(self, nullptr), 1);
+  EXPECT_EQ(gCaptured.write(self, nullptr, "xy", 2), nullptr);
   EXPECT_EQ(client->received, "xy");
-  client->failWrites = true;
-  MOXErrorRef error = gCaptured.write(gCaptured.client, nullptr, "z", 1);
-  ASSERT_NE(error, nullptr);
-  EXPECT_EQ(MessageOf(error), "sink full");
+  client->fail = true;
+  EXPECT_EQ(gCaptured.close(self, nullptr), 0);
+  EXPECT_EQ(gCaptured.compressionParams(self, 74), 0);
+  MOXErrorRef error = gCaptured.write(self, nullptr, "z", 1);
+  EXPECT_EQ(Describe(error), "TOV: sink full");
   MOXErrorProcs::Release(error);
 
   gCaptured.release(nullptr);
   EXPECT_EQ(destroyed, 0);
-  gCaptured.release(gCaptured.client);
+  gCaptured.release(self);
   EXPECT_EQ(destroyed, 1);
 }
 
 TEST_F(HostWrappers, ProcessFilterHandlesReleaseWhatTheyHold) {
-  const int64_t live = RT().Counts().filters;
   ASSERT_NE(gMOXFilterTable.Get(), nullptr);
-  for (CMOXFilterRef& handle : gMOXProcessFilters) {
-    EXPECT_EQ(handle.fFilter, nullptr) << "empty from the start";
-    ASSERT_EQ(gMOXFilterTable.Slot<MOXFilterNewNullDataSinkV2Proc>(0)(&handle.fFilter), nullptr);
-  }
-  EXPECT_EQ(RT().Counts().filters, live + 2);
-  for (CMOXFilterRef& handle : gMOXProcessFilters) handle.Reset();
-  EXPECT_EQ(RT().Counts().filters, live);
-  EXPECT_EQ(gMOXProcessFilters[0].fFilter, nullptr);
+  CMOXFilterRef& handle = gMOXProcessFilters[0];
+  ASSERT_EQ(handle.fFilter, nullptr) << "empty from the start";
+  ASSERT_EQ(gMOXFilterTable.Slot<MOXFilterNewNullDataSinkV2Proc>(0)(&handle.fFilter), nullptr);
+  handle.Reset();
+  EXPECT_EQ(handle.fFilter, nullptr);  // the fixture checks that the filter is gone
 }
 
 // ---- Counted release record ---------------------------------------------------------------
@@ -484,14 +429,10 @@ void RecordRelease(void* context, void* data) {
 }
 
 TEST_F(HostWrappers, CountedReleaseRunsItsCallbackOnceAtTheLastCount) {
-  gCallbacks = 0;
   const int64_t blocks = RT().Counts().memoryBlocks;
-  int data = 0;
-  int context = 0;
+  int data = 0, context = 0;
   MOXCountedReleaseDescriptor descriptor{};
   MOXNewCountedRelease(&descriptor, &data, &context, &RecordRelease, 9);
-  EXPECT_EQ(descriptor.count, &MOXCountedReleaseCount);
-  EXPECT_EQ(descriptor.data, &data);
   EXPECT_EQ(descriptor.word, 9u);
   EXPECT_EQ(RT().Counts().memoryBlocks, blocks + 1) << "the record lives in the runtime's memory";
 
@@ -506,8 +447,6 @@ TEST_F(HostWrappers, CountedReleaseRunsItsCallbackOnceAtTheLastCount) {
     });
   }
   for (std::thread& holder : holders) holder.join();
-  EXPECT_EQ(gCallbacks, 0);
-
   descriptor.count(descriptor.record, true);
   descriptor.count(descriptor.record, false);
   EXPECT_EQ(gCallbacks, 0);
