@@ -64,6 +64,7 @@ TEST_F(Arrays, SetAtReplacesAndRemoveShiftsSilently) {
   EXPECT_EQ(p.getAt(array_, uint64_t{1} << 32), nullptr) << "compared in 64 bits";
   EXPECT_EQ(p.count(array_), 3u);
   for (int i = 0; i < 3; ++i) p.removeAt(array_, 0);
+  EXPECT_EQ(p.RefCount(members[3]), 1u) << "removing the last member releases it too";
   p.append(array_, members[0]);
   EXPECT_EQ(impl_->Capacity(), 4u) << "the emptied block is reused";
   EXPECT_EQ(TakeReports(), Reports{}) << "out of range is silent";

@@ -60,6 +60,7 @@ TEST_F(FailureTest, EveryFailedAllocationOrAtomIsReported) {
     for (bool writing : {true, false}) {
       uint64_t n = 1;
       for (;; ++n) {
+        ASSERT_LT(n, 5000u) << "the tree never came through";
         auto fault = [&] {
           if (atoms)
             Runtime::Get().FailNthStringAtom(n);
@@ -87,6 +88,7 @@ TEST_F(FailureTest, EveryFailedAllocationOrAtomIsReported) {
 
 TEST_F(FailureTest, FailingWritesKeepWhatWasFlushed) {
   for (uint64_t n = 1;; ++n) {
+    ASSERT_LT(n, 100u) << "the tree was never written";
     std::string written;
     if (SerializeWith([&] { Runtime::Get().FailNthStreamCall(StreamOp::kWrite, n); }, &written)) {
       EXPECT_EQ(written, bytes_);
@@ -101,6 +103,7 @@ TEST_F(FailureTest, FailingWritesKeepWhatWasFlushed) {
 
 TEST_F(FailureTest, FailingReadsLeaveTheStreamBehindTheLastByteTaken) {
   for (uint64_t n = 1;; ++n) {
+    ASSERT_LT(n, 100u) << "the tree was never read";
     int64_t position;
     if (DeserializeWith([&] { Runtime::Get().FailNthStreamCall(StreamOp::kRead, n); }, &position)) {
       EXPECT_EQ(position, static_cast<int64_t>(bytes_.size()));

@@ -53,6 +53,15 @@ TEST_F(ReaderTest, EachInputGivesItsObjectOrItsRefusal) {
       {"\"" + s64 + "\"", "\"" + s64 + "\"", -1},
       {"\"ab\\000cd\"", "\"ab\"", -1},
       {"\"a\nb\tc\"", "\"a b c\"", -1},
+      {"\"\\\"\\n\\r\\t\\\\\"", "\"\\\"\\n\\r\\t\\\\\"", -1},
+      // Three octal digits, only the first one checked: \8 is 8, z is 'z' - '0'.
+      {"\"\\0zzA\\800b\"", "\"\\232A\"", -1},
+      {"\"ab\\", "unexpected EOF", -1},
+      {"\"\\04", "unexpected EOF", -1},
+      // An octal escape and an escaped backslash across the first two blocks,
+      // which start behind the version name.
+      {"\"" + std::string(509, 'a') + "\\001x\"", "\"" + std::string(509, 'a') + "\\001x\"", -1},
+      {"\"" + std::string(510, 'a') + "\\\\y\"", "\"" + std::string(510, 'a') + "\\\\y\"", -1},
       {"\"a\\qb\"", "Unexpected escape sequence", 4},
       {"\"a\\}\"", "Unexpected escape sequence", 4},
       {"[\\n]", "Unexpected escape sequence", 3},

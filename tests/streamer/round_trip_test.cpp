@@ -70,16 +70,13 @@ TEST_F(StreamerTest, RandomTreesRoundTripThroughMemoryAndFileStreams) {
   EXPECT_EQ(Reports(), "");
 }
 
+// Random numbers go through in the trees above; these are the edges: signed
+// zeros, the smallest subnormal, the extremes, and 2^53 + 1.
 TEST_F(StreamerTest, FiniteNumbersRoundTripToTheBit) {
-  TreeMaker maker(7);
-  // Signed zeros, the smallest subnormal, the extremes, and 2^53 + 1.
-  std::vector<double> values = {-0.0, 0.0, 5e-324, -2.2250738585072014e-308};
-  values.insert(values.end(), {1.7976931348623157e308, 0.1, 1.0 / 3, 9007199254740993.0});
-  for (int i = 0; i < 2000; ++i) values.push_back(maker.Number());
-  for (double value : values) {
-    CPOSNumber back(Read(Write(CPOSNumber::New(value))));
-    const double got = back.Get();
-    EXPECT_EQ(memcmp(&got, &value, sizeof value), 0) << value;
+  for (double value : {-0.0, 0.0, 5e-324, -2.2250738585072014e-308, 1.7976931348623157e308, 0.1,
+                       1.0 / 3, 9007199254740993.0}) {
+    const double back = CPOSNumber(Read(Write(CPOSNumber::New(value)))).Get();
+    EXPECT_EQ(memcmp(&back, &value, sizeof value), 0) << value;
   }
 }
 

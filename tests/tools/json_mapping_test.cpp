@@ -1,11 +1,11 @@
 // The JSON mapping both ways: what each JSON value becomes in POS (seen in
 // the TypeA that posctl writes), and what comes back, on small inputs made
 // for each point and on the shared corpus.
-#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "posctl_runner.h"
@@ -46,12 +46,8 @@ TEST(JsonMapping, BothWays) {
   EXPECT_EQ(nlohmann::json::parse(back.out), original);
 }
 
-TEST(JsonMapping, NullIsRefusedUnlessNamed) {
-  Result refused = RunPosctl({"convert", "tests/tools/data/json/null.json"});
-  EXPECT_EQ(refused.status, 1);
-  EXPECT_NE(refused.err.find("null at 'settings.proxy' has no POS form"), std::string::npos)
-      << refused.err;
-
+// Refused without --null-as, as the check tests show.
+TEST(JsonMapping, NullIsAStringWhenNamed) {
   Result named =
       RunPosctl({"get", "--null-as", "none", "settings.proxy", "tests/tools/data/json/null.json"});
   EXPECT_EQ(named.status, 0) << named.err;
@@ -94,17 +90,12 @@ TEST(JsonMapping, ValuesWithoutJsonFormAreRefusedBeforeAnythingIsWritten) {
 const std::string kCorpus = POSCTL_CORPUS_DIR;
 constexpr char kNullAs[] = "(null)";
 
-std::vector<std::string> FilesIn(const std::string& dir, const std::string& suffix) {
+// The names of the JSON files in `dir`, sorted; none if it is missing.
+std::vector<std::string> JsonFilesIn(const std::string& dir) {
   std::vector<std::string> names;
-  if (DIR* d = opendir(dir.c_str())) {
-    while (dirent* entry = readdir(d)) {
-      std::string name = entry->d_name;
-      if (name.size() > suffix.size() &&
-          name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
-        names.push_back(name);
-      }
-    }
-    closedir(d);
+  std::error_code missing;
+  for (const auto& entry : std::filesystem::directory_iterator(dir, missing)) {
+    if (entry.path().extension() == ".json") names.push_back(entry.path().filename());
   }
   std::sort(names.begin(), names.end());
   return names;
@@ -124,7 +115,7 @@ nlohmann::json AfterMapping(const nlohmann::json& original) {
 }
 
 TEST(Corpus, EachJsonFileComesBackEqualThroughTypeA) {
-  const std::vector<std::string> files = FilesIn(kCorpus, ".json");
+  const std::vector<std::string> files = JsonFilesIn(kCorpus);
   if (files.empty()) GTEST_SKIP() << "no corpus at " << kCorpus;
   for (const std::string& name : files) {
     SCOPED_TRACE(name);
@@ -145,7 +136,7 @@ TEST(Corpus, EachJsonFileComesBackEqualThroughTypeA) {
 // nesting past twenty levels), which posctl accepts.
 TEST(Corpus, JsonCheckerFilesAreAcceptedOrRefusedAsMarked) {
   const std::string dir = kCorpus + "/jsonchecker";
-  const std::vector<std::string> files = FilesIn(dir, ".json");
+  const std::vector<std::string> files = JsonFilesIn(dir);
   if (files.empty()) GTEST_SKIP() << "no corpus at " << dir;
   for (const std::string& name : files) {
     const std::string path = dir + "/" + name;
