@@ -1,6 +1,6 @@
 // Dictionaries: the tree against std::map under long random sequences, the
 // order of iteration, iterators across changes, the quiet misses, and DeepGet
-// addresses.
+// addresses, each reaching something or a null that says nothing.
 #include <map>
 #include <random>
 #include <string>
@@ -176,36 +176,16 @@ TEST_F(Dicts, MissesAreQuietAndAFailedPutLeavesTheTreeAlone) {
 
 // DeepGet addresses: what each reaches, and every miss a null that says
 // nothing.
-using MOX_T_MT::CPOSDict;
-using MOX_T_MT::CPOSNumber;
-using MOX_T_MT::CPOSObject;
-
-class DeepGet : public POSFixture {
- protected:
-  void SetUp() override {
-    POSFixture::SetUp();
-    // () is the empty key, and ] may stand inside a key.
-    root_ = CPOSDict(MOX_T_MT::CPOSObjectStatics::CreateFromText(
-        "<a [<b 1>] () [10 11] (k]x) 2 x <() <y 3>> n 4>"));
-    ASSERT_EQ(root_.Count(), 5u);
-  }
-  void TearDown() override {
-    root_ = CPOSDict();
-    POSFixture::TearDown();
-  }
-
-  // The number reached, or a text that names the miss.
-  std::string At(const char* address) {
-    MOXContainer found = p.DeepGet(root_.fContainer, address);
+TEST_F(Dicts, DeepGetReachesKeysAndSubscriptsAndMissesQuietly) {
+  // () is the empty key, and ] may stand inside a key.
+  const MOX_T_MT::CPOSObject root = MOX_T_MT::CPOSObjectStatics::CreateFromText(
+      "<a [<b 1>] () [10 11] (k]x) 2 x <() <y 3>> n 4>");
+  auto at = [&](const char* address) -> std::string {
+    MOXContainer found = p.DeepGet(root.fContainer, address);
     if (found == nullptr) return "null";
     if (p.isNumber(found)) return std::to_string(static_cast<int>(p.getNumber(found)));
     return p.isDict(found) ? "dict" : p.isArray(found) ? "array" : "other";
-  }
-
-  CPOSDict root_;
-};
-
-TEST_F(DeepGet, AddressesReachKeysAndSubscripts) {
+  };
   const std::pair<const char*, const char*> cases[] = {
       {"a[0].b", "1"},
       {".a[0].b", "1"},  // the leading dot is optional
@@ -221,24 +201,18 @@ TEST_F(DeepGet, AddressesReachKeysAndSubscripts) {
       {"[2147483648]", "null"},  // 2^31 turns negative and reads as huge
       {"[99999999999999999999]", "null"},
   };
-  for (const auto& [address, expected] : cases) EXPECT_EQ(At(address), expected) << address;
-  EXPECT_EQ(TakeReports(), Reports{});
-}
-
-TEST_F(DeepGet, EveryMissIsAQuietNull) {
+  for (const auto& [address, expected] : cases) EXPECT_EQ(at(address), expected) << address;
   for (const char* address : {"a[1]", "a[0].c", "a[]", "a[x]", "a[1", "a[-1]", "a[0]b", "a[0]]",
                               "n.b", "n[0]", "a.b", "[0].b", "absent", "a[0].b.c"}) {
-    EXPECT_EQ(At(address), "null") << address;
+    EXPECT_EQ(at(address), "null") << address;
   }
-  CPOSDict noEmptyKey = CPOSDict::New();
-  EXPECT_EQ(p.DeepGet(noEmptyKey.fContainer, "[0]"), nullptr);
-  EXPECT_EQ(TakeReports(), Reports{});
-  MOXContainer number = p.newNumber(1);
-  EXPECT_EQ(p.DeepGet(CPOSNumber(CPOSObject(number)).fContainer, "a"), nullptr);
-  EXPECT_EQ(p.deepGet(root_.fContainer, nullptr), nullptr);
+  EXPECT_EQ(p.DeepGet(dict_, "[0]"), nullptr) << "no empty key";
+  EXPECT_EQ(TakeReports(), Reports{}) << "every miss is quiet";
+  EXPECT_EQ(p.DeepGet(p.Get(root.fContainer, "n"), "a"), nullptr);
+  EXPECT_EQ(p.deepGet(root.fContainer, nullptr), nullptr);
   EXPECT_EQ(TakeReports(), (Reports{"instance was not an POSDict", "null argument"}));
   moxhost::Runtime::Get().FailNthAllocation(1);
-  EXPECT_EQ(At("a"), "null");
+  EXPECT_EQ(at("a"), "null");
   EXPECT_EQ(TakeReports(), Reports{std::bad_alloc().what()}) << "the copy of the address";
 }
 
