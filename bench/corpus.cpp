@@ -82,14 +82,14 @@ MOXContainer ToPOS(const json& value) {
       MOXContainer dict = p.newDict();
       for (auto it = value.begin(); it != value.end(); ++it) {
         MOXStringAtom key = p.newAtom(it.key().c_str());
-        p.put(dict, key, ToPOS(it.value()));
+        p.dictPut(dict, key, ToPOS(it.value()));
         p.deleteAtom(key);
       }
       return dict;
     }
     case json::value_t::array: {
       MOXContainer array = p.newArray();
-      for (const json& member : value) p.append(array, ToPOS(member));
+      for (const json& member : value) p.arrayAppend(array, ToPOS(member));
       return array;
     }
     case json::value_t::string:

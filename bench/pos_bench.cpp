@@ -19,7 +19,7 @@ namespace {
 // Holds a reference for the benchmark's life.
 struct Held {
   explicit Held(MOXContainer object) : object(Keep(object)) {}
-  ~Held() { Session().release(object); }
+  ~Held() { Session().containerRelease(object); }
   MOXContainer object;
 };
 
@@ -27,7 +27,7 @@ struct Held {
 
 void BM_NumberGet(benchmark::State& state) {
   Held number(Session().newNumber(2.5));
-  for (auto _ : state) benchmark::DoNotOptimize(Session().getNumber(number.object));
+  for (auto _ : state) benchmark::DoNotOptimize(Session().numberGet(number.object));
 }
 BENCHMARK(BM_NumberGet);
 
@@ -37,7 +37,7 @@ void BM_NumberGetThroughRuntimeLookup(benchmark::State& state) {
   const Procs& p = Session();
   Held number(p.newNumber(2.5));
   auto* record = reinterpret_cast<const MOXPrimaryInstanceRecord*>(
-      reinterpret_cast<const char*>(number.object) + p.offsetToPrimary());
+      reinterpret_cast<const char*>(number.object) + p.offsetToPrimaryInstance());
   MOXContainer bare = nullptr;
   p.newContainer(&bare, 0, 0, 0, 0, 0);
   Held other(bare);
@@ -45,7 +45,7 @@ void BM_NumberGetThroughRuntimeLookup(benchmark::State& state) {
   MOXStringAtom posName = p.newAtom("POSObjectImpl");
   p.registerInstance(bare, &state, otherName, nullptr);
   p.registerInstance(bare, record->instance, posName, nullptr);
-  for (auto _ : state) benchmark::DoNotOptimize(p.getNumber(bare));
+  for (auto _ : state) benchmark::DoNotOptimize(p.numberGet(bare));
   p.deleteAtom(otherName);
   p.deleteAtom(posName);
 }
@@ -53,7 +53,7 @@ BENCHMARK(BM_NumberGetThroughRuntimeLookup);
 
 void BM_NewNumberAndRelease(benchmark::State& state) {
   const Procs& p = Session();
-  for (auto _ : state) p.release(Keep(p.newNumber(1.0)));
+  for (auto _ : state) p.containerRelease(Keep(p.newNumber(1.0)));
 }
 BENCHMARK(BM_NewNumberAndRelease);
 
@@ -71,11 +71,11 @@ void BM_DictGet(benchmark::State& state) {
   std::vector<MOXStringAtom> atoms;
   for (const std::string& key : Keys(state.range(0))) {
     atoms.push_back(p.newAtom(key.c_str()));
-    p.put(dict.object, atoms.back(), p.newNumber(1.0));
+    p.dictPut(dict.object, atoms.back(), p.newNumber(1.0));
   }
   size_t i = 0;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(p.get(dict.object, atoms[i]));
+    benchmark::DoNotOptimize(p.dictGet(dict.object, atoms[i]));
     if (++i == atoms.size()) i = 0;
   }
   for (MOXStringAtom atom : atoms) p.deleteAtom(atom);
@@ -102,7 +102,7 @@ void BM_DictPutReplace(benchmark::State& state) {
   for (const std::string& key : Keys(512)) atoms.push_back(p.newAtom(key.c_str()));
   size_t i = 0;
   for (auto _ : state) {
-    p.put(dict.object, atoms[i], value.object);
+    p.dictPut(dict.object, atoms[i], value.object);
     if (++i == atoms.size()) i = 0;
   }
   for (MOXStringAtom atom : atoms) p.deleteAtom(atom);
@@ -114,7 +114,7 @@ void BM_ArrayAppend(benchmark::State& state) {
   Held value(p.newNumber(1.0));
   for (auto _ : state) {
     Held array(p.newArray());
-    for (int64_t i = 0; i < state.range(0); ++i) p.append(array.object, value.object);
+    for (int64_t i = 0; i < state.range(0); ++i) p.arrayAppend(array.object, value.object);
   }
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
@@ -124,7 +124,7 @@ void BM_DeepGet(benchmark::State& state) {
   const Procs& p = Session();
   Held tree(ToPOS(CorpusDocument("twitter")));
   MOXStringAtom address = p.newAtom("statuses[7].user.screen_name");
-  for (auto _ : state) benchmark::DoNotOptimize(p.deepGet(tree.object, address));
+  for (auto _ : state) benchmark::DoNotOptimize(p.dictDeepGet(tree.object, address));
   p.deleteAtom(address);
 }
 BENCHMARK(BM_DeepGet);

@@ -10,8 +10,7 @@
 #include <vector>
 
 #include "MOXRuntimeProcs.h"
-#include "POSProcs.h"
-#include "POSStreamerProcs.h"
+#include "moxhost/ComponentProcs.h"
 
 namespace moxhost {
 class LoadedLibrary;
@@ -19,62 +18,8 @@ class LoadedLibrary;
 
 namespace posctl {
 
-// The procedures posctl calls, by interface.
-struct Procs {
-  // "MOXContainerInterface"
-  MOXAddRefContainerV2Proc containerAddRef = nullptr;
-  MOXReleaseContainerProc containerRelease = nullptr;
-  MOXGetMethodV3Proc getMethod = nullptr;
-  // "MOXStringInterface"
-  MOXNewStringAtomProc newAtom = nullptr;
-  MOXDeleteStringAtomProc deleteAtom = nullptr;
-  MOXGetCStringProc atomText = nullptr;
-  // "MOXErrorInterface"
-  MOXNewErrorProc newError = nullptr;
-  MOXErrorReleaseProc errorRelease = nullptr;
-  MOXErrorGetMessageProc errorMessage = nullptr;
-  // "MOXStreamFactoryInterface"
-  MOXNewPositionableFileStreamProc newFileStream = nullptr;
-  MOXNewClientPositionableStreamProc newClientStream = nullptr;
-
-  // The object model.
-  POSObjectCreateFromTextProc createFromText = nullptr;
-  POSNumberNewPOSNumberProc newNumber = nullptr;
-  POSNumberIsPOSNumberProc isNumber = nullptr;
-  POSNumberGetProc numberGet = nullptr;
-  POSStringNewPOSStringProc newString = nullptr;
-  POSStringIsPOSStringProc isString = nullptr;
-  POSStringGetProc stringGet = nullptr;
-  POSUnicodeStringNewPOSUnicodeStringProc newUnicode = nullptr;
-  POSUnicodeStringIsPOSUnicodeStringProc isUnicode = nullptr;
-  POSUnicodeStringGetProc unicodeGet = nullptr;
-  POSBinDataNewPOSBinDataProc newBinData = nullptr;
-  POSBinDataIsPOSBinDataProc isBinData = nullptr;
-  POSBinDataGetTypeNameProc binDataType = nullptr;
-  POSBinDataGetBinDataProc binDataBytes = nullptr;
-  POSBinDataGetSizeProc binDataSize = nullptr;
-  POSRawPointerIsPOSRawPointerProc isRawPointer = nullptr;
-  POSArrayNewPOSArrayProc newArray = nullptr;
-  POSArrayIsPOSArrayProc isArray = nullptr;
-  POSArrayGetAtProc arrayGetAt = nullptr;
-  POSArrayCountProc arrayCount = nullptr;
-  POSArrayAppendProc arrayAppend = nullptr;
-  POSDictNewPOSDictProc newDict = nullptr;
-  POSDictIsPOSDictProc isDict = nullptr;
-  POSDictGetProc dictGet = nullptr;
-  POSDictDeepGetProc dictDeepGet = nullptr;
-  POSDictPutProc dictPut = nullptr;
-  POSDictIteratorNewPOSDictIteratorProc newDictIterator = nullptr;
-  POSDictIteratorBeginProc iteratorBegin = nullptr;
-  POSDictIteratorNextProc iteratorNext = nullptr;
-  POSDictIteratorIsDoneProc iteratorIsDone = nullptr;
-  POSDictIteratorCurKeyProc iteratorKey = nullptr;
-
-  // The streamer.
-  POSStreamerNewPOSStreamerProc newStreamer = nullptr;
-  POSStreamerSerializeProc serialize = nullptr;
-  POSStreamerDeserializeProc deserialize = nullptr;
-};
+// The procedures posctl calls, fetched by name as any component fetches them.
+using Procs = moxhost::ComponentProcs;
 
 class LibrarySession {
  public:

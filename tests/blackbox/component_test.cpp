@@ -48,7 +48,7 @@ class ForeignComponent : public ::testing::Test {
     // The library keeps one method table per signature from the first use on.
     MOXContainer warm = p.Keep(p.newDict());
     p.Put(warm, "k", p.newNumber(0));
-    p.release(warm);
+    p.containerRelease(warm);
     started_ = Runtime::Get().Counts();
   }
   void TearDown() override {
@@ -60,11 +60,12 @@ class ForeignComponent : public ::testing::Test {
 
   Strings Keys(MOXContainer dict) {
     Strings keys;
-    MOXContainer it = p.newIterator(dict);
+    MOXContainer it = p.newDictIterator(dict);
     EXPECT_EQ(p.RefCount(it), 0u) << "a new iterator is unowned too";
-    p.addRef(it);
-    for (p.begin(it); !p.isDone(it); p.next(it)) keys.push_back(p.curKey(it));
-    p.release(it);
+    p.containerAddRef(it);
+    for (p.iteratorBegin(it); !p.iteratorIsDone(it); p.iteratorNext(it))
+      keys.push_back(p.iteratorKey(it));
+    p.containerRelease(it);
     return keys;
   }
 
@@ -86,11 +87,11 @@ TEST_F(ForeignComponent, BuildsReadsClonesComparesAndReleasesATree) {
   MOXContainer inner = p.newDict();
   MOXContainer two = p.newNumber(2);
   for (MOXContainer fresh : {root, list, inner, two}) EXPECT_EQ(p.RefCount(fresh), 0u);
-  p.addRef(root);
-  p.append(list, p.newNumber(1));
-  p.append(list, two);
+  p.containerAddRef(root);
+  p.arrayAppend(list, p.newNumber(1));
+  p.arrayAppend(list, two);
   p.Put(inner, "x", p.newUnicode(units));
-  p.append(list, inner);
+  p.arrayAppend(list, inner);
   p.Put(root, "name", p.newString("tree"));
   p.Put(root, "list", list);
   p.Put(root, "blob", p.newBinData("bytes", "\x01\x02", 2));
@@ -99,21 +100,21 @@ TEST_F(ForeignComponent, BuildsReadsClonesComparesAndReleasesATree) {
   EXPECT_EQ(p.RefCount(two), 1u);
 
   EXPECT_EQ(Keys(root), (Strings{"blob", "list", "name", "ptr"}));
-  EXPECT_STREQ(p.getString(p.Get(root, "name")), "tree");
+  EXPECT_STREQ(p.stringGet(p.Get(root, "name")), "tree");
   EXPECT_EQ(p.Get(root, "list"), list);
-  EXPECT_EQ(p.count(list), 3u);
-  EXPECT_EQ(p.getAt(list, 1), two);
+  EXPECT_EQ(p.arrayCount(list), 3u);
+  EXPECT_EQ(p.arrayGetAt(list, 1), two);
   EXPECT_EQ(p.DeepGet(root, "list[1]"), two);
-  EXPECT_EQ(p.getUnicode(p.DeepGet(root, "list[2].x"))[1], 0x49);
-  EXPECT_EQ(p.getSize(p.Get(root, "blob")), 2u);
-  EXPECT_EQ(p.getRawPointer(p.DeepGet(root, ".ptr")), &target);
+  EXPECT_EQ(p.unicodeGet(p.DeepGet(root, "list[2].x"))[1], 0x49);
+  EXPECT_EQ(p.binDataSize(p.Get(root, "blob")), 2u);
+  EXPECT_EQ(p.rawPointerGet(p.DeepGet(root, ".ptr")), &target);
   EXPECT_EQ(p.RefCount(list), 1u) << "Get leaves the count alone";
   EXPECT_EQ(p.RefCount(two), 1u) << "so do GetAt and DeepGet";
 
   MOXContainer copy = p.clone(root);
   ASSERT_NE(copy, nullptr);
   EXPECT_EQ(p.RefCount(copy), 0u) << "a clone is unowned";
-  p.addRef(copy);
+  p.containerAddRef(copy);
   EXPECT_EQ(p.RefCount(two), 2u) << "leaves are shared";
   EXPECT_TRUE(p.isEqual(root, copy));
   EXPECT_TRUE(p.isEqual(copy, root));
@@ -126,9 +127,9 @@ TEST_F(ForeignComponent, BuildsReadsClonesComparesAndReleasesATree) {
   EXPECT_EQ(p.RefCount(root), 1u);
   EXPECT_EQ(Runtime::Get().Reports(), Strings{});
 
-  p.release(root);
+  p.containerRelease(root);
   EXPECT_EQ(gReleaseCalls, 0) << "the clone still holds the raw pointer";
-  p.release(copy);
+  p.containerRelease(copy);
   EXPECT_EQ(gReleaseCalls, 1) << "released once, when the object died";
 }
 
@@ -150,8 +151,8 @@ TEST_F(ForeignComponent, StreamerWritesTheWorkedExampleAndReadsItBack) {
   MOXContainer streamer = p.Keep(newStreamer());
   const uint16_t units[] = {0x00E9, 0xABCD, 0};
   MOXContainer list = p.Keep(p.newArray());
-  p.append(list, p.newNumber(7));
-  p.append(list, p.newArray());
+  p.arrayAppend(list, p.newNumber(7));
+  p.arrayAppend(list, p.newArray());
   MOXContainer dict = p.Keep(p.newDict());
   p.Put(dict, "n", p.newNumber(2.5));
   p.Put(dict, "s", p.newString("say \"hi\"\n\x01"));
@@ -161,7 +162,7 @@ TEST_F(ForeignComponent, StreamerWritesTheWorkedExampleAndReadsItBack) {
   MOXContainer out = open("wb");
   EXPECT_TRUE(serialize(streamer, out, dict, nullptr));
   EXPECT_FALSE(serialize(dict, out, dict, nullptr));
-  p.release(out);
+  p.containerRelease(out);
   std::ostringstream written;
   written << std::ifstream(path, std::ios::binary).rdbuf();
   EXPECT_EQ(written.str(),
@@ -176,7 +177,7 @@ TEST_F(ForeignComponent, StreamerWritesTheWorkedExampleAndReadsItBack) {
   // Failures come back as a report and a neutral result.
   EXPECT_EQ(deserialize(streamer, in), nullptr);
   EXPECT_EQ(Runtime::Get().Reports(), (Strings{"invalid container", "getNextChar unexpected EOF"}));
-  for (MOXContainer object : {back, list, dict, in, streamer}) p.release(object);
+  for (MOXContainer object : {back, list, dict, in, streamer}) p.containerRelease(object);
   unlink(path);
   // The streamer's method tables stay until the stop, which must give them
   // back with everything else.
@@ -245,8 +246,8 @@ TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackStreamerFi
   ASSERT_TRUE(p.Load(Runtime::LookupProc()));
   MOXContainer parsed = p.Keep(LOOKUP("POSObjectStatics", "CreateFromText",
                                       POSObjectCreateFromTextProc)("<a [1 (2)]>", nullptr));
-  EXPECT_STREQ(p.getString(p.DeepGet(parsed, "a[1]")), "2");
-  p.release(parsed);
+  EXPECT_STREQ(p.stringGet(p.DeepGet(parsed, "a[1]")), "2");
+  p.containerRelease(parsed);
   EXPECT_EQ(Runtime::Get().Reports(), Strings{});
   started_ = Runtime::Get().Counts();
 }

@@ -26,16 +26,16 @@ class Dicts : public POSFixture {
     impl_ = FromContainer<Dict>(dict_);
   }
   void TearDown() override {
-    p.release(dict_);
+    p.containerRelease(dict_);
     POSFixture::TearDown();
   }
 
   // The keys as the iterator interface gives them.
   std::vector<std::string> IteratedKeys() {
     std::vector<std::string> keys;
-    MOXContainer it = p.Keep(p.newIterator(dict_));
-    for (; !p.isDone(it); p.next(it)) keys.push_back(p.curKey(it));
-    p.release(it);
+    MOXContainer it = p.Keep(p.newDictIterator(dict_));
+    for (; !p.iteratorIsDone(it); p.iteratorNext(it)) keys.push_back(p.iteratorKey(it));
+    p.containerRelease(it);
     return keys;
   }
 
@@ -123,7 +123,7 @@ TEST_F(Dicts, StaysABalancedSearchTreeUnderRandomPutAndRemove) {
   p.Put(dict_, "again", numbers[0]);
   EXPECT_EQ(IteratedKeys(), std::vector<std::string>{"again"});
   for (int i = 0; i < 8; ++i) EXPECT_EQ(p.RefCount(numbers[i]), i == 0 ? 2u : 1u) << i;
-  for (int i = 0; i < 8; ++i) p.release(numbers[i]);
+  for (int i = 0; i < 8; ++i) p.containerRelease(numbers[i]);
 }
 
 // Iteration in byte order is checked against std::map above; here an
@@ -132,35 +132,35 @@ TEST_F(Dicts, PutReplacesInPlaceAndIteratorsOutliveChangesElsewhere) {
   MOXContainer one = p.Keep(p.newNumber(1));
   MOXContainer two = p.Keep(p.newNumber(2));
   for (const char* key : {"a", "B", "ab", ""}) p.Put(dict_, key, one);
-  MOXContainer it = p.Keep(p.newIterator(dict_));
-  p.next(it);
+  MOXContainer it = p.Keep(p.newDictIterator(dict_));
+  p.iteratorNext(it);
   p.Put(dict_, "B", two);
   p.Put(dict_, "B", two);
-  EXPECT_STREQ(p.curKey(it), "B") << "the node keeps its place";
+  EXPECT_STREQ(p.iteratorKey(it), "B") << "the node keeps its place";
   EXPECT_EQ(p.Get(dict_, "B"), two);
   EXPECT_EQ(p.RefCount(one), 4u) << "the old value was released";
   p.Remove(dict_, "");
   p.Put(dict_, "Z", one);
-  p.next(it);
-  EXPECT_STREQ(p.curKey(it), "Z");
-  for (p.begin(it); !p.isDone(it); p.next(it)) {
+  p.iteratorNext(it);
+  EXPECT_STREQ(p.iteratorKey(it), "Z");
+  for (p.iteratorBegin(it); !p.iteratorIsDone(it); p.iteratorNext(it)) {
   }
-  p.next(it);
-  EXPECT_TRUE(p.isDone(it)) << "Next past the end is harmless";
-  EXPECT_EQ(p.curKey(it), nullptr) << "and there is no key to give";
+  p.iteratorNext(it);
+  EXPECT_TRUE(p.iteratorIsDone(it)) << "Next past the end is harmless";
+  EXPECT_EQ(p.iteratorKey(it), nullptr) << "and there is no key to give";
   EXPECT_EQ(TakeReports(), Reports{});
-  p.release(it);
-  p.release(one);
-  p.release(two);
+  p.containerRelease(it);
+  p.containerRelease(one);
+  p.containerRelease(two);
 }
 
 TEST_F(Dicts, MissesAreQuietAndAFailedPutLeavesTheTreeAlone) {
   MOXContainer value = p.Keep(p.newString("v"));
   MOXContainer empty = p.Keep(p.newDict());
-  MOXContainer it = p.Keep(p.newIterator(empty));
-  EXPECT_TRUE(p.isDone(it)) << "an empty Dict is done at once";
-  p.next(it);
-  EXPECT_TRUE(p.isDone(it));
+  MOXContainer it = p.Keep(p.newDictIterator(empty));
+  EXPECT_TRUE(p.iteratorIsDone(it)) << "an empty Dict is done at once";
+  p.iteratorNext(it);
+  EXPECT_TRUE(p.iteratorIsDone(it));
   EXPECT_EQ(p.Get(dict_, "absent"), nullptr);
   p.Remove(dict_, "absent");
   EXPECT_EQ(TakeReports(), Reports{});
@@ -169,9 +169,9 @@ TEST_F(Dicts, MissesAreQuietAndAFailedPutLeavesTheTreeAlone) {
   EXPECT_EQ(TakeReports(), Reports{std::bad_alloc().what()});
   EXPECT_EQ(impl_->Tree()->Root(), nullptr) << "the node comes before the tree is touched";
   EXPECT_EQ(p.RefCount(value), 1u);
-  p.release(it);
-  p.release(empty);
-  p.release(value);
+  p.containerRelease(it);
+  p.containerRelease(empty);
+  p.containerRelease(value);
 }
 
 // DeepGet addresses: what each reaches, and every miss a null that says
@@ -183,7 +183,7 @@ TEST_F(Dicts, DeepGetReachesKeysAndSubscriptsAndMissesQuietly) {
   auto at = [&](const char* address) -> std::string {
     MOXContainer found = p.DeepGet(root.fContainer, address);
     if (found == nullptr) return "null";
-    if (p.isNumber(found)) return std::to_string(static_cast<int>(p.getNumber(found)));
+    if (p.isNumber(found)) return std::to_string(static_cast<int>(p.numberGet(found)));
     return p.isDict(found) ? "dict" : p.isArray(found) ? "array" : "other";
   };
   const std::pair<const char*, const char*> cases[] = {
@@ -209,7 +209,7 @@ TEST_F(Dicts, DeepGetReachesKeysAndSubscriptsAndMissesQuietly) {
   EXPECT_EQ(p.DeepGet(dict_, "[0]"), nullptr) << "no empty key";
   EXPECT_EQ(TakeReports(), Reports{}) << "every miss is quiet";
   EXPECT_EQ(p.DeepGet(p.Get(root.fContainer, "n"), "a"), nullptr);
-  EXPECT_EQ(p.deepGet(root.fContainer, nullptr), nullptr);
+  EXPECT_EQ(p.dictDeepGet(root.fContainer, nullptr), nullptr);
   EXPECT_EQ(TakeReports(), (Reports{"instance was not an POSDict", "null argument"}));
   moxhost::Runtime::Get().FailNthAllocation(1);
   EXPECT_EQ(at("a"), "null");

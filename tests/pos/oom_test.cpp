@@ -56,14 +56,14 @@ MOXContainer Build(const POSProcs& p) {
   const uint16_t units[] = {0x41, 0};
   MOXContainer unicode = p.Keep(p.newUnicode(units));
   MOXContainer bin = p.Keep(p.newBinData("bin", "bytes", 5));
-  if (list && zero) p.append(list, zero);
+  if (list && zero) p.arrayAppend(list, zero);
   if (inner && text) p.Put(inner, "k", text);
-  if (list && inner) p.append(list, inner);
+  if (list && inner) p.arrayAppend(list, inner);
   if (list) p.Put(root, "list", list);
   if (unicode) p.Put(root, "u", unicode);
   if (bin) p.Put(root, "d", bin);
   for (MOXContainer object : {list, zero, inner, text, unicode, bin}) {
-    if (object != nullptr) p.release(object);
+    if (object != nullptr) p.containerRelease(object);
   }
   return root;
 }
@@ -79,11 +79,11 @@ TEST_F(OutOfMemory, EveryAllocationOfBuildAndCloneMayFail) {
     }
     const bool whole = copy != nullptr && p.isEqual(copy, reference) && p.isEqual(reference, copy);
     for (MOXContainer object : {root, copy}) {
-      if (object != nullptr) p.release(object);
+      if (object != nullptr) p.containerRelease(object);
     }
     return whole;
   });
-  p.release(reference);
+  p.containerRelease(reference);
 }
 
 // The parse gives null, or the tree without what could not be added.
@@ -98,13 +98,13 @@ TEST_F(OutOfMemory, EveryAllocationAndAtomOfAParseMayFail) {
     EXPECT_EQ(position, nullptr) << "running out is no syntax error";
     if (object == nullptr) return false;
     const bool whole = p.isEqual(object, complete) && p.isEqual(complete, object);
-    p.release(object);
+    p.containerRelease(object);
     return whole;
   };
   // The entry that was handed no object reports it as well.
   FailEachInTurn(false, "invalid container", parse);
   FailEachInTurn(true, "invalid container", parse);
-  p.release(complete);
+  p.containerRelease(complete);
 }
 
 }  // namespace

@@ -32,27 +32,27 @@ class TextParser : public moxtest::POSFixture {
     char buffer[32];
     std::string text;
     if (object == nullptr) return "null";
-    if (p.isString(object)) return "'" + std::string(p.getString(object)) + "'";
+    if (p.isString(object)) return "'" + std::string(p.stringGet(object)) + "'";
     if (p.isNumber(object)) {
-      std::snprintf(buffer, sizeof buffer, "%g", p.getNumber(object));
+      std::snprintf(buffer, sizeof buffer, "%g", p.numberGet(object));
       return buffer;
     }
     if (p.isArray(object)) {
-      for (uint32_t i = 0; i < p.count(object); ++i) {
-        text += (i > 0 ? " " : "") + Describe(p.getAt(object, i));
+      for (uint32_t i = 0; i < p.arrayCount(object); ++i) {
+        text += (i > 0 ? " " : "") + Describe(p.arrayGetAt(object, i));
       }
       return "[" + text + "]";
     }
     if (p.isDict(object)) {
-      MOXContainer it = p.Keep(p.newIterator(object));
-      for (; !p.isDone(it); p.next(it)) {
-        text += (text.empty() ? "" : " ") + std::string(p.curKey(it)) + ":" +
-                Describe(p.Get(object, p.curKey(it)));
+      MOXContainer it = p.Keep(p.newDictIterator(object));
+      for (; !p.iteratorIsDone(it); p.iteratorNext(it)) {
+        text += (text.empty() ? "" : " ") + std::string(p.iteratorKey(it)) + ":" +
+                Describe(p.Get(object, p.iteratorKey(it)));
       }
-      p.release(it);
+      p.containerRelease(it);
       return "<" + text + ">";
     }
-    for (const uint16_t* unit = p.getUnicode(object); *unit != 0; ++unit) {
+    for (const uint16_t* unit = p.unicodeGet(object); *unit != 0; ++unit) {
       std::snprintf(buffer, sizeof buffer, "%s%04X", text.empty() ? "" : " ", *unit);
       text += buffer;
     }

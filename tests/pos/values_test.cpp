@@ -82,11 +82,11 @@ TEST_F(Values, LeavesAreTheirOwnClonesAndKeepTheirOwnCopies) {
 TEST_F(Values, HolesStayHolesAndMatchOnlyHoles) {
   CPOSArray holed = CPOSArray::New();
   CPOSNumber member = CPOSNumber::New(1);
-  p.setAt(holed.fContainer, 2, member.fContainer);
+  p.arraySetAt(holed.fContainer, 2, member.fContainer);
   CPOSArray copy(holed.Clone());
   EXPECT_EQ(copy.Count(), 3u);
-  EXPECT_EQ(p.getAt(copy.fContainer, 0), nullptr);
-  EXPECT_EQ(p.getAt(copy.fContainer, 2), member.fContainer);
+  EXPECT_EQ(p.arrayGetAt(copy.fContainer, 0), nullptr);
+  EXPECT_EQ(p.arrayGetAt(copy.fContainer, 2), member.fContainer);
   EXPECT_TRUE(holed.IsEqual(copy));
   CPOSObject filled = Parse("[1 1 1]");
   EXPECT_FALSE(holed.IsEqual(filled));
@@ -100,17 +100,17 @@ TEST_F(Values, RawPointersReleaseOnceAtDeathAndAreAllEqual) {
   MOXContainer pointer = p.Keep(p.newRawPointer(&target, &CountRelease));
   MOXContainer null = p.Keep(p.newRawPointer(nullptr, &CountRelease));
   MOXContainer bare = p.Keep(p.newRawPointer(nullptr, nullptr));
-  EXPECT_EQ(p.getRawPointer(pointer), &target);
-  EXPECT_EQ(p.getReleaseProc(pointer), &CountRelease);
+  EXPECT_EQ(p.rawPointerGet(pointer), &target);
+  EXPECT_EQ(p.rawPointerReleaseProc(pointer), &CountRelease);
   EXPECT_TRUE(p.isEqual(bare, pointer)) << "neither pointer nor procedure is compared";
   EXPECT_EQ(p.clone(pointer), pointer) << "never duplicated";
-  p.release(null);
+  p.containerRelease(null);
   EXPECT_EQ(gReleaseCalls, 1);
   EXPECT_EQ(gReleasedPointer, nullptr) << "a null pointer is released all the same";
-  p.release(pointer);
+  p.containerRelease(pointer);
   EXPECT_EQ(gReleaseCalls, 2);
   EXPECT_EQ(gReleasedPointer, &target);
-  p.release(bare);
+  p.containerRelease(bare);
   EXPECT_EQ(gReleaseCalls, 2);
 }
 
@@ -124,31 +124,31 @@ TEST_F(Values, BadHandlesReportAndGiveNeutralResults) {
   EXPECT_FALSE(p.isString(n));
   EXPECT_FALSE(p.isNumber(nullptr));
   EXPECT_EQ(TakeReports(), Reports{}) << "the class tests never report";
-  EXPECT_EQ(p.getNumber(nullptr), 0.0);
-  EXPECT_EQ(p.getString(n), nullptr);
-  EXPECT_EQ(p.getSize(n), 0u);
-  EXPECT_EQ(p.getAt(n, 0), nullptr);
-  EXPECT_EQ(p.newIterator(n), nullptr);
-  EXPECT_FALSE(p.isDone(nullptr));
+  EXPECT_EQ(p.numberGet(nullptr), 0.0);
+  EXPECT_EQ(p.stringGet(n), nullptr);
+  EXPECT_EQ(p.binDataSize(n), 0u);
+  EXPECT_EQ(p.arrayGetAt(n, 0), nullptr);
+  EXPECT_EQ(p.newDictIterator(n), nullptr);
+  EXPECT_FALSE(p.iteratorIsDone(nullptr));
   EXPECT_EQ(p.clone(nullptr), nullptr);
   EXPECT_FALSE(p.isEqual(nullptr, n));
-  p.append(array, nullptr);
+  p.arrayAppend(array, nullptr);
   p.Put(dict, "k", nullptr);
-  p.put(dict, nullptr, n);
+  p.dictPut(dict, nullptr, n);
   EXPECT_EQ(
       TakeReports(),
       (Reports{"instance was not an POSNumber", "instance was not an POSString",
                "instance was not an POSBinData", "instance was not an POSArray",
                "instance was not an POSDict", "invalid container", "invalid container",
                "invalid container", "invalid container", "invalid container", "null argument"}));
-  EXPECT_EQ(p.count(array), 0u);
+  EXPECT_EQ(p.arrayCount(array), 0u);
   EXPECT_EQ(p.RefCount(n), 1u);
   MOXContainer fresh = p.newString("unowned");
   EXPECT_FALSE(p.isEqual(n, fresh));
   p.debugDump(fresh);
   EXPECT_EQ(p.RefCount(fresh), 0u) << "comparing or dumping leaves an unowned object unowned";
   p.Drop(fresh);
-  for (MOXContainer object : {n, array, dict}) p.release(object);
+  for (MOXContainer object : {n, array, dict}) p.containerRelease(object);
 }
 
 TEST_F(Values, FailedConstructionsLeaveNothingAndReport) {
