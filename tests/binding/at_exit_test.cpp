@@ -2,10 +2,8 @@
 // destroying a handle that still holds a container, an atom, an error or a
 // shared buffer must make no call into a runtime that may be gone.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -16,10 +14,7 @@
 #include "binding/host_wrappers.h"
 #include "binding/string_holder.h"
 #include "moxhost/Runtime.h"
-
-// The child leaves its handles to the process's end on purpose; a leak
-// checker in the build must not count them.
-extern "C" void __lsan_disable() __attribute__((weak));
+#include "support/ChildProcess.h"
 
 namespace {
 
@@ -107,42 +102,29 @@ struct LateHolder {
     // A host that stops the library from its own exit handlers, after the
     // library's exit hook and static destructors: nothing left to do.
     MOXUtilsTerminate();
-    char text[32];
-    int length = std::snprintf(text, sizeof text, "%d", gLateCalls);
-    if (write(gReportFd, text, length) != length) _exit(3);
+    moxtest::ReportNumber(gReportFd, gLateCalls);
     close(gReportFd);
   }
 } gLate;
 
+void HoldHandlesAcrossExit(int reportFd) {
+  if (MOXUtilsInitialize(&WrappingLookup) != 1) _exit(2);
+  auto handles = std::make_unique<Handles>();
+  CMOXStringHolder name("TestImpl");
+  handles->container = CMOXContainerRef(MOXNewFullContainer(&gLate, name, &NoDestroy, name));
+  handles->atom = CMOXStringHolder("held at exit");
+  handles->error = CMOXError("held at exit", "", 0, 0, 0);
+  handles->buffer = MOXNewSharedBuffer(16, nullptr, nullptr, 0, 0);
+  gLate.handles = std::move(handles);
+  gReportFd = reportFd;
+  std::exit(0);  // no MOXUtilsTerminate: the host goes away with the process
+}
+
 TEST(AtExit, HandlesOutlivingTheHostMakeNoCall) {
-  int fds[2];
-  ASSERT_EQ(pipe(fds), 0);
-  pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    if (&__lsan_disable != nullptr) __lsan_disable();
-    close(fds[0]);
-    if (MOXUtilsInitialize(&WrappingLookup) != 1) _exit(2);
-    auto handles = std::make_unique<Handles>();
-    CMOXStringHolder name("TestImpl");
-    handles->container = CMOXContainerRef(MOXNewFullContainer(&gLate, name, &NoDestroy, name));
-    handles->atom = CMOXStringHolder("held at exit");
-    handles->error = CMOXError("held at exit", "", 0, 0, 0);
-    handles->buffer = MOXNewSharedBuffer(16, nullptr, nullptr, 0, 0);
-    gLate.handles = std::move(handles);
-    gReportFd = fds[1];
-    std::exit(0);  // no MOXUtilsTerminate: the host goes away with the process
-  }
-  close(fds[1]);
-  char text[32] = {};
-  ssize_t length = read(fds[0], text, sizeof text - 1);
-  close(fds[0]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 0);
-  ASSERT_GT(length, 0) << "the late holder did not report";
-  EXPECT_STREQ(text, "0") << "calls into the runtime after the exit hook";
+  moxtest::ChildResult child = moxtest::RunInChild(&HoldHandlesAcrossExit);
+  ASSERT_TRUE(child.exited);
+  EXPECT_EQ(child.status, 0);
+  EXPECT_EQ(child.report, "0") << "calls into the runtime after the exit hook";
 }
 
 }  // namespace

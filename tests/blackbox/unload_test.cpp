@@ -1,19 +1,14 @@
 // Loading and unloading libMOXUtils.so as a host does, and what an unload
 // with objects still alive may and may not do.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstring>
 #include <memory>
 #include <string>
 
 #include "blackbox/pos_procs.h"
 #include "moxhost/Runtime.h"
-
-// The child abandons its objects with the library on purpose.
-extern "C" void __lsan_disable() __attribute__((weak));
+#include "support/ChildProcess.h"
 
 namespace moxtest {
 namespace {
@@ -89,39 +84,26 @@ void* CountingLookup(const char* interfaceName, const char* method, const char* 
 // A host that unloads the library without stopping it, while it still holds
 // objects: the library abandons what it holds and calls nothing of the
 // runtime, which may be on its way out too.
+void UnloadWithLiveObjects(int reportFd) {
+  std::string error;
+  LoadedLibrary* library = LoadedLibrary::Open(LoadedLibrary::DefaultPath(), &error);
+  if (library == nullptr || library->StartWith(&CountingLookup) != 1) _exit(2);
+  POSProcs p;
+  if (!p.Load(Runtime::LookupProc())) _exit(4);
+  MOXContainer tree = p.Keep(p.createFromText("<list [#1 (two) `0041`] name (x)>", nullptr));
+  p.Put(tree, "blob", p.newBinData("raw", "\x01\x02", 2));
+  p.clone(tree);  // an unowned clone, left at count zero
+  gUnloading = true;
+  library->UnloadWithoutStop();
+  ReportNumber(reportFd, gLateCalls);
+  _exit(0);  // the objects' destroy procedures are gone with the library
+}
+
 TEST(LoadedLibrary, UnloadWithLiveObjectsMakesNoCallIntoTheRuntime) {
-  int fds[2];
-  ASSERT_EQ(pipe(fds), 0);
-  pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    if (&__lsan_disable != nullptr) __lsan_disable();
-    close(fds[0]);
-    std::string error;
-    LoadedLibrary* library = LoadedLibrary::Open(LoadedLibrary::DefaultPath(), &error);
-    if (library == nullptr || library->StartWith(&CountingLookup) != 1) _exit(2);
-    POSProcs p;
-    if (!p.Load(Runtime::LookupProc())) _exit(3);
-    MOXContainer tree = p.Keep(p.createFromText("<list [#1 (two) `0041`] name (x)>", nullptr));
-    p.Put(tree, "blob", p.newBinData("raw", "\x01\x02", 2));
-    p.clone(tree);  // an unowned clone, left at count zero
-    gUnloading = true;
-    library->UnloadWithoutStop();
-    char text[32];
-    int length = std::snprintf(text, sizeof text, "%d", gLateCalls);
-    if (write(fds[1], text, length) != length) _exit(4);
-    _exit(0);  // the objects' destroy procedures are gone with the library
-  }
-  close(fds[1]);
-  char text[32] = {};
-  ssize_t length = read(fds[0], text, sizeof text - 1);
-  close(fds[0]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  ASSERT_TRUE(WIFEXITED(status));
-  ASSERT_EQ(WEXITSTATUS(status), 0);
-  ASSERT_GT(length, 0);
-  EXPECT_STREQ(text, "0") << "calls into the runtime during the unload";
+  ChildResult child = RunInChild(&UnloadWithLiveObjects);
+  ASSERT_TRUE(child.exited);
+  ASSERT_EQ(child.status, 0);
+  EXPECT_EQ(child.report, "0") << "calls into the runtime during the unload";
 }
 
 }  // namespace
