@@ -36,12 +36,19 @@ TEST(Messages, EachMessageAsExpected) {
       {"set_no_index", {"set", "-p", "/editor/rulers/x", "1", kTypeA, "-o", "-"}, 1},
       {"delete_nothing", {"delete", "-p", "/editor/rulers/3", kPos, "-o", "-"}, 1},
       {"delete_top_level", {"delete", "-p", "", kPos, "-o", "-"}, 1},
+      {"set_subscript_of_dictionary", {"set", "window[0]", "1", kPos, "-o", "-"}, 1},
       {"keys_of_number", {"keys", "window.width", kPos}, 1},
       {"raw_of_dictionary", {"get", "--raw", "window", kJson}, 1},
+      {"raw_unpaired_surrogate",
+       {"get", "--raw", "list[1]", "tests/tools/data/notation/lone_surrogate.pos"},
+       1},
       // Values given to set.
       {"value_syntax", {"set", "a", "[1 (x", kPos, "-o", "-"}, 1},
       {"json_value_syntax", {"set", "--json", "a", "{\"x\": }", kPos, "-o", "-"}, 1},
       {"json_null_into_typea", {"set", "--json", "a", "[null]", kTypeA, "-o", "-"}, 1},
+      // Inputs.
+      {"input_directory", {"check", "tests/tools/data"}, 1},
+      {"no_typea_stream", {"get", "a", "tests/tools/data/typea/blank.typea"}, 1},
       // TypeA files of several objects.
       {"object_beyond", {"get", "--object", "2", "[0]", kTwoStreams}, 1},
       {"several_objects_edit", {"delete", "[0]", kTwoStreams, "-o", "-"}, 1},
@@ -67,6 +74,32 @@ TEST(Messages, EachMessageAsExpected) {
     Result result = RunPosctl(c.args);
     EXPECT_EQ(result.status, c.status) << c.name;
     EXPECT_EQ(result.out, "") << c.name;
+    ExpectMatchesFile(result.err, "messages/" + c.name + ".stderr");
+  }
+}
+
+// Messages about places that only exist while the test runs; SCRATCH stands
+// for the test's scratch directory in the expected text.
+TEST(Messages, AboutTemporaryPlaces) {
+  const std::string scratch = ScratchDir();
+  ASSERT_EQ(symlink("nowhere.typea", TempPath("dangling.typea").c_str()), 0);
+  RunOptions noTmpDir;
+  noTmpDir.env = {{"TMPDIR", scratch + "/missing"}};
+  noTmpDir.stdinFile = SourcePath(kPos);
+  const struct {
+    std::string name;
+    std::vector<std::string> args;
+    RunOptions options;
+  } cases[] = {
+      {"output_dangling_link", {"convert", kPos, "-o", scratch + "/dangling.typea"}, {}},
+      {"stdin_without_tmpdir", {"convert", "-"}, noTmpDir},
+  };
+  for (const auto& c : cases) {
+    Result result = RunPosctl(c.args, c.options);
+    EXPECT_EQ(result.status, 1) << c.name;
+    for (size_t at; (at = result.err.find(scratch)) != std::string::npos;) {
+      result.err.replace(at, scratch.size(), "SCRATCH");
+    }
     ExpectMatchesFile(result.err, "messages/" + c.name + ".stderr");
   }
 }
