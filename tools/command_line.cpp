@@ -64,8 +64,9 @@ void AddReadOptions(CLI::App* command, InputOptions* options, std::string* from,
                    "from the content)")
       ->check(CLI::IsMember({"notation", "typea", "json"}))
       ->option_text("notation|typea|json");
-  command->add_option("--null-as", options->nullAs,
-                      "Read JSON null as this string (null is refused otherwise)");
+  command->add_option(
+      "--null-as", options->nullAs,
+      "Read JSON null as this string where it can't stay null (else it is refused)");
   command
       ->add_option("--max-depth", options->maxDepth,
                    "Refuse input nested deeper than this many arrays and dictionaries")
