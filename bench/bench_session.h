@@ -3,7 +3,7 @@
 #ifndef MOXUTILS_BENCH_BENCH_SESSION_H_
 #define MOXUTILS_BENCH_BENCH_SESSION_H_
 
-#include "moxhost/ComponentProcs.h"
+#include "moxhost/component_procs.h"
 
 namespace moxbench {
 

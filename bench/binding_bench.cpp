@@ -7,7 +7,7 @@
 #include "binding/container_ref.h"
 #include "binding/method_tables.h"
 #include "binding/string_holder.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 
 #include "MOXUtils.h"
 #include "binding/client_streams.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 #include "pos/pos_client.h"
 #include "streamer/streamer_interface.h"
 

@@ -4,7 +4,7 @@
 #include <new>
 
 #include "diagnostics.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace posctl {
 namespace {

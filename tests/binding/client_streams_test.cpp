@@ -12,7 +12,7 @@
 #include "binding/errors.h"
 #include "binding/host_tables.h"
 #include "library_fixture.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace {
 

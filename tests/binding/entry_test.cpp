@@ -8,7 +8,7 @@
 #include "binding/server_tables.h"
 #include "binding/string_holder.h"
 #include "library_fixture.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace {
 

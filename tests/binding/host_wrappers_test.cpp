@@ -14,7 +14,7 @@
 #include "binding/host_tables.h"
 #include "binding/host_wrappers.h"
 #include "library_fixture.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "MOXUtils.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 class StartedLibrary : public ::testing::Test {
  protected:

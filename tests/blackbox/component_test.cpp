@@ -14,8 +14,8 @@
 
 #include "POSStreamerProcs.h"
 #include "blackbox/pos_procs.h"
-#include "moxhost/Runtime.h"
-#include "support/LiveCounts.h"
+#include "moxhost/runtime.h"
+#include "support/live_counts.h"
 
 namespace moxtest {
 namespace {

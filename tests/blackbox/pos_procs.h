@@ -3,7 +3,7 @@
 #ifndef MOXUTILS_TESTS_BLACKBOX_POS_PROCS_H_
 #define MOXUTILS_TESTS_BLACKBOX_POS_PROCS_H_
 
-#include "moxhost/ComponentProcs.h"
+#include "moxhost/component_procs.h"
 
 namespace moxtest {
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "blackbox/pos_procs.h"
-#include "moxhost/Runtime.h"
-#include "support/ChildProcess.h"
+#include "moxhost/runtime.h"
+#include "support/child_process.h"
 
 namespace moxtest {
 namespace {

@@ -12,10 +12,10 @@
 
 #include "MOXUtils.h"
 #include "binding/client_streams.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 #include "pos/pos_client.h"
 #include "streamer/streamer_interface.h"
-#include "support/LiveCounts.h"
+#include "support/live_counts.h"
 
 namespace moxtest {
 
