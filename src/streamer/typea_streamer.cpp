@@ -1,7 +1,7 @@
 #include "streamer/typea_streamer.h"
 
 #include "binding/errors.h"
-#include "streamer/stack_guard.h"
+#include "binding/stack_guard.h"
 
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {

@@ -1,4 +1,4 @@
-#include "streamer/stack_guard.h"
+#include "binding/stack_guard.h"
 
 #include <pthread.h>
 

@@ -4,8 +4,8 @@
 // take the host process down. The drivers ask this guard before each level and
 // refuse the object instead, while a reserve of stack is still left for the
 // refusal to unwind through.
-#ifndef MOXUTILS_STREAMER_STACK_GUARD_H_
-#define MOXUTILS_STREAMER_STACK_GUARD_H_
+#ifndef MOXUTILS_BINDING_STACK_GUARD_H_
+#define MOXUTILS_BINDING_STACK_GUARD_H_
 
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
@@ -18,4 +18,4 @@ void CheckStackReserve();
 }  // namespace NTypeAImpl
 }  // namespace NPOSStreamerImpl
 
-#endif  // MOXUTILS_STREAMER_STACK_GUARD_H_
+#endif  // MOXUTILS_BINDING_STACK_GUARD_H_
