@@ -8,8 +8,7 @@
 
 #include "binding/errors.h"
 
-namespace NPOSStreamerImpl {
-namespace NTypeAImpl {
+namespace MOX_T_MT {
 
 namespace {
 
@@ -43,8 +42,7 @@ void CheckStackReserve() {
   if (tStackFloor == 0) tStackFloor = LearnStackFloor();
   // The frame address, not a local's: a sanitizer may keep locals elsewhere.
   const uintptr_t frame = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-  if (frame < tStackFloor) throw MOX_T_MT::POSException("nesting too deep for the stack");
+  if (frame < tStackFloor) throw POSException("nesting too deep for the stack");
 }
 
-}  // namespace NTypeAImpl
-}  // namespace NPOSStreamerImpl
+}  // namespace MOX_T_MT

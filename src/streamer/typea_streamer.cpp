@@ -6,6 +6,7 @@
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
 
+using MOX_T_MT::CheckStackReserve;
 using MOX_T_MT::CPOSObject;
 using MOX_T_MT::POSException;
 
