@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "MOXUtils.h"
-#include "binding/entry.h"
+#include "library/entry.h"
 #include "binding/errors.h"
 #include "binding/host_tables.h"
 #include "binding/server_tables.h"

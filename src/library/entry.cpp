@@ -3,7 +3,7 @@
 #include <cstddef>
 
 #include "MOXUtils.h"
-#include "binding/entry.h"
+#include "library/entry.h"
 #include "binding/errors.h"
 #include "binding/host_tables.h"
 #include "binding/host_wrappers.h"
