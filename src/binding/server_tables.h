@@ -38,17 +38,28 @@ inline void* MOXServerProcAddress(Proc function) {
 // refusal and returns false; rows already registered stay registered.
 bool MOXRegisterMethods(const MOXServerRow* rows, size_t count, const char* interfaceName);
 
-// The library's interfaces, in the order of registration at start, and the
-// names in the order of unregistration at stop.
-struct MOXServerInterfaceList {
-  const MOXServerInterface* const* interfaces;
-  size_t count;
+// The interfaces that one layer offers. The start registers them in the order
+// of `registered`; the stop unregisters the same interfaces in the order of
+// `unregistered`, which is the order the layer's own clients need.
+struct MOXLayerInterfaces {
+  const MOXServerInterface* const* registered;
+  size_t registeredCount;
+  const MOXServerInterface* const* unregistered;
+  size_t unregisteredCount;
 };
-MOXServerInterfaceList MOXInterfacesToRegister();
-struct MOXInterfaceNameList {
-  const char* const* names;
-  size_t count;
-};
-MOXInterfaceNameList MOXInterfacesToUnregister();
+
+template <size_t kRegistered, size_t kUnregistered>
+constexpr MOXLayerInterfaces MOXMakeLayerInterfaces(
+    const MOXServerInterface* const (&registered)[kRegistered],
+    const MOXServerInterface* const (&unregistered)[kUnregistered]) {
+  return {registered, kRegistered, unregistered, kUnregistered};
+}
+
+// Registers the layer's interfaces in order. Stops at the first refusal and
+// returns false; interfaces and rows registered before it stay registered.
+bool MOXRegisterLayer(const MOXLayerInterfaces& layer);
+// Unregisters the layer's interfaces in its order of unregistration. Does
+// nothing when the runtime's MOXUnregisterInterface was never bound.
+void MOXUnregisterLayer(const MOXLayerInterfaces& layer);
 
 #endif  // MOXUTILS_BINDING_SERVER_TABLES_H_

@@ -1,43 +1,30 @@
-// The library's interfaces, in the order of registration at start and of
-// unregistration at stop. Each subsystem defines its own tables; this file
-// only puts them in order.
+#include "library/library_interfaces.h"
+
+#include <cstddef>
+
 #include "binding/server_tables.h"
 #include "pos/pos_interfaces.h"
 #include "streamer/streamer_interface.h"
 
 namespace {
 
-// Registered at start, in this order; the first refusal ends the start.
-const MOXServerInterface* const kRegisterOrder[] = {
-    // The POS object model, "POSObjectInterface" first.
-    &gPOSObjectServerInterface,        &gPOSObjectStaticsServerInterface,
-    &gPOSNumberServerInterface,        &gPOSStringServerInterface,
-    &gPOSUnicodeStringServerInterface, &gPOSBinDataServerInterface,
-    &gPOSRawPointerServerInterface,    &gPOSArrayServerInterface,
-    &gPOSDictServerInterface,          &gPOSDictIteratorServerInterface,
-    // The streamer, a client of the object model.
-    &NPOSStreamerImpl::kPOSStreamerServerInterface,
+// The layers that offer interfaces, bottom first. A new layer adds one line,
+// above the layers it uses.
+const MOXLayerInterfaces* const kLayers[] = {
+    &gPOSLayerInterfaces,                            // the ten of the object model
+    &NPOSStreamerImpl::kPOSStreamerLayerInterfaces,  // "POSStreamerInterface"
 };
-constexpr size_t kRegisterCount = sizeof(kRegisterOrder) / sizeof(kRegisterOrder[0]);
-
-// Unregistered at stop, in this order.
-const char* const kUnregisterOrder[] = {
-    // The streamer, before the object model it uses.
-    "POSStreamerInterface",
-    // The POS object model, in the order of its registration.
-    "POSObjectInterface",       "POSObjectStatics",          "POSNumberInterface",
-    "POSStringInterface",       "POSUnicodeStringInterface", "POSBinDataInterface",
-    "POSRawPointerInterface",   "POSArrayInterface",         "POSDictInterface",
-    "POSDictIteratorInterface",
-};
-constexpr size_t kUnregisterCount = sizeof(kUnregisterOrder) / sizeof(kUnregisterOrder[0]);
+constexpr size_t kLayerCount = sizeof(kLayers) / sizeof(kLayers[0]);
 
 }  // namespace
 
-MOXServerInterfaceList MOXInterfacesToRegister() {
-  return {kRegisterOrder, kRegisterCount};
+bool MOXRegisterLibraryInterfaces() {
+  for (size_t i = 0; i < kLayerCount; ++i) {
+    if (!MOXRegisterLayer(*kLayers[i])) return false;
+  }
+  return true;
 }
 
-MOXInterfaceNameList MOXInterfacesToUnregister() {
-  return {kUnregisterOrder, kUnregisterCount};
+void MOXUnregisterLibraryInterfaces() {
+  for (size_t i = kLayerCount; i-- > 0;) MOXUnregisterLayer(*kLayers[i]);
 }

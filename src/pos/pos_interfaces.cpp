@@ -320,3 +320,16 @@ const MOXServerInterface gPOSDictServerInterface = {"POSDictInterface", kDictRow
                                                     MOXRowCount(kDictRows)};
 const MOXServerInterface gPOSDictIteratorServerInterface = {
     "POSDictIteratorInterface", kDictIteratorRows, MOXRowCount(kDictIteratorRows)};
+
+namespace {
+const MOXServerInterface* const kPOSInterfaces[] = {
+    &gPOSObjectServerInterface,        &gPOSObjectStaticsServerInterface,
+    &gPOSNumberServerInterface,        &gPOSStringServerInterface,
+    &gPOSUnicodeStringServerInterface, &gPOSBinDataServerInterface,
+    &gPOSRawPointerServerInterface,    &gPOSArrayServerInterface,
+    &gPOSDictServerInterface,          &gPOSDictIteratorServerInterface,
+};
+}  // namespace
+
+const MOXLayerInterfaces gPOSLayerInterfaces =
+    MOXMakeLayerInterfaces(kPOSInterfaces, kPOSInterfaces);

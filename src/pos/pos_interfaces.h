@@ -24,4 +24,8 @@ extern const MOXServerInterface gPOSArrayServerInterface;
 extern const MOXServerInterface gPOSDictServerInterface;
 extern const MOXServerInterface gPOSDictIteratorServerInterface;
 
+// The ten, registered at start in the order above and unregistered at stop in
+// the same order.
+extern const MOXLayerInterfaces gPOSLayerInterfaces;
+
 #endif  // MOXUTILS_POS_POS_INTERFACES_H_

@@ -36,6 +36,13 @@ const MOXServerRow kRows[] = {
 const MOXServerInterface kPOSStreamerServerInterface = {"POSStreamerInterface", kRows,
                                                         sizeof(kRows) / sizeof(kRows[0]) - 1};
 
+namespace {
+const MOXServerInterface* const kStreamerInterfaces[] = {&kPOSStreamerServerInterface};
+}  // namespace
+
+const MOXLayerInterfaces kPOSStreamerLayerInterfaces =
+    MOXMakeLayerInterfaces(kStreamerInterfaces, kStreamerInterfaces);
+
 MOXContainer NewPOSStreamerEntry() {
   return EntryGuard<MOXContainer>([] {
     // On failure the runtime destroys the instance through DeleteMOXImpl.

@@ -11,6 +11,8 @@ namespace NPOSStreamerImpl {
 
 // NewPOSStreamer, Serialize and Deserialize, in slot order.
 extern const MOXServerInterface kPOSStreamerServerInterface;
+// The streamer's one interface, as the library registers and unregisters it.
+extern const MOXLayerInterfaces kPOSStreamerLayerInterfaces;
 
 // The methods themselves.
 MOXContainer NewPOSStreamerEntry();
