@@ -21,20 +21,15 @@ void NoOpErrorRelease(MOXErrorRef) {}
 void NoOpSharedBuffRelease(MOXSharedBuff) {}
 void NoOpFree(void*) {}
 
-template <typename Proc>
-void* Address(Proc procedure) {
-  return reinterpret_cast<void*>(procedure);
-}
-
 // Runs while the library's static constructors run: the slots that a late
 // destructor may call get their no-op procedures, and the marker tells
 // MOXBindHost that this happened.
 struct StaticSetUp {
   StaticSetUp() {
-    gMOXErrorTable.SetSlot(2, Address(&NoOpErrorAddRef));
-    gMOXErrorTable.SetSlot(3, Address(&NoOpErrorRelease));
+    gMOXErrorTable.SetProc<MOXErrorSlots::AddRef>(&NoOpErrorAddRef);
+    gMOXErrorTable.SetProc<MOXErrorSlots::Release>(&NoOpErrorRelease);
     gStaticMarker = kStaticMarker;
-    gMOXContainerTable.SetSlot(4, Address(&NoOpReleaseContainer));
+    gMOXContainerTable.SetProc<MOXContainerSlots::Release>(&NoOpReleaseContainer);
   }
 } gStaticSetUp;
 
@@ -54,12 +49,12 @@ void MOXUtilsAtExit(void*) {
   gExited = true;
   MOX_T_MT::MOXTerminateStaticCaches();
   MOX_T_MT::MOXAbandonTerminationList();
-  gMOXContainerTable.SetSlot(4, Address(&NoOpReleaseContainer));
-  gMOXStringTable.SetSlot(1, Address(&NoOpDeleteStringAtom));
-  gMOXErrorTable.SetSlot(2, Address(&NoOpErrorAddRef));
-  gMOXErrorTable.SetSlot(3, Address(&NoOpErrorRelease));
-  gMOXSharedBuffTable.SetSlot(3, Address(&NoOpSharedBuffRelease));
-  gMOXMemoryTable.SetSlot(2, Address(&NoOpFree));
+  gMOXContainerTable.SetProc<MOXContainerSlots::Release>(&NoOpReleaseContainer);
+  gMOXStringTable.SetProc<MOXStringSlots::DeleteStringAtom>(&NoOpDeleteStringAtom);
+  gMOXErrorTable.SetProc<MOXErrorSlots::AddRef>(&NoOpErrorAddRef);
+  gMOXErrorTable.SetProc<MOXErrorSlots::Release>(&NoOpErrorRelease);
+  gMOXSharedBuffTable.SetProc<MOXSharedBuffSlots::Release>(&NoOpSharedBuffRelease);
+  gMOXMemoryTable.SetProc<MOXMemorySlots::Free>(&NoOpFree);
 }
 
 bool MOXHasExited() {

@@ -11,10 +11,15 @@
 #include "binding/client_base.h"
 #include "binding/host_tables.h"
 
-extern MOXInterfaceTable gMOXSharedBuffTable;
-extern MOXInterfaceTable gMOXCacheTable;
-extern MOXInterfaceTable gMOXProgressTable;
-extern MOXInterfaceTable gMOXFilterTable;
+MOX_DEFINE_SLOTS(MOXSharedBuffSlots, MOX_SHARED_BUFF_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(MOXCacheSlots, MOX_CACHE_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(MOXProgressSlots, MOX_PROGRESS_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(MOXFilterSlots, MOX_FILTER_INTERFACE_METHODS)
+
+extern TMOXInterfaceTable<MOXSharedBuffSlots::Slot> gMOXSharedBuffTable;
+extern TMOXInterfaceTable<MOXCacheSlots::Slot> gMOXCacheTable;
+extern TMOXInterfaceTable<MOXProgressSlots::Slot> gMOXProgressTable;
+extern TMOXInterfaceTable<MOXFilterSlots::Slot> gMOXFilterTable;
 
 // ---- Shared buffers ------------------------------------------------------------
 
@@ -25,18 +30,18 @@ void MOXRequireSharedBuffTable();
 namespace MOXSharedBuffProcs {
 // Each requires the table to be loaded (MOXRequireSharedBuffTable).
 inline void AddRef(MOXSharedBuff buffer) {
-  gMOXSharedBuffTable.Slot<MOXSharedBuffAddRefProc>(2)(buffer);
+  gMOXSharedBuffTable.Proc<MOXSharedBuffSlots::AddRef>()(buffer);
 }
 inline void* GetBuffer(MOXSharedBuff buffer) {
-  return gMOXSharedBuffTable.Slot<MOXSharedBuffGetBufferProc>(4)(buffer);
+  return gMOXSharedBuffTable.Proc<MOXSharedBuffSlots::GetBuffer>()(buffer);
 }
 inline uint64_t GetSize(MOXSharedBuff buffer) {
-  return gMOXSharedBuffTable.Slot<MOXSharedBuffGetSizeProc>(5)(buffer);
+  return gMOXSharedBuffTable.Proc<MOXSharedBuffSlots::GetSize>()(buffer);
 }
 // Release through the slot if the table was ever loaded: the slot is empty
 // until the first load, and a no-op after process exit.
 inline void Release(MOXSharedBuff buffer) {
-  MOXSharedBuffReleaseProc release = gMOXSharedBuffTable.Slot<MOXSharedBuffReleaseProc>(3);
+  MOXSharedBuffReleaseProc release = gMOXSharedBuffTable.Proc<MOXSharedBuffSlots::Release>();
   if (release != nullptr) release(buffer);
 }
 }  // namespace MOXSharedBuffProcs
@@ -57,22 +62,22 @@ void MOXRequireCacheTable();
 namespace MOXCacheProcs {
 // Each requires the table to be loaded (MOXRequireCacheTable).
 inline MOXCacheID NewCacheID() {
-  return gMOXCacheTable.Slot<MOXCacheNewCacheIDProc>(0)();
+  return gMOXCacheTable.Proc<MOXCacheSlots::NewCacheID>()();
 }
 inline void AddRef(MOXCacheID id) {
-  gMOXCacheTable.Slot<MOXCacheAddRefProc>(1)(id);
+  gMOXCacheTable.Proc<MOXCacheSlots::AddRef>()(id);
 }
 inline void Release(MOXCacheID id) {
-  gMOXCacheTable.Slot<MOXCacheReleaseProc>(2)(id);
+  gMOXCacheTable.Proc<MOXCacheSlots::Release>()(id);
 }
 inline void MarkNoPurge(MOXCacheID id, uintptr_t* previous, uint32_t mark) {
-  gMOXCacheTable.Slot<MOXCacheMarkNoPurgeProcV2>(7)(id, previous, mark);
+  gMOXCacheTable.Proc<MOXCacheSlots::MarkNoPurge>()(id, previous, mark);
 }
 inline void AddClientPurge(MOXCacheClientPurgeProc proc) {
-  gMOXCacheTable.Slot<MOXCacheAddRemoveClientPurgeProcV2>(16)(proc, 1);
+  gMOXCacheTable.Proc<MOXCacheSlots::AddClientPurge>()(proc, 1);
 }
 inline void RemoveClientPurge(MOXCacheClientPurgeProc proc) {
-  gMOXCacheTable.Slot<MOXCacheAddRemoveClientPurgeProcV2>(17)(proc, 1);
+  gMOXCacheTable.Proc<MOXCacheSlots::RemoveClientPurge>()(proc, 1);
 }
 }  // namespace MOXCacheProcs
 

@@ -6,17 +6,9 @@ namespace MOX_T_MT {
 
 namespace {
 
-constexpr MOXMethodRow kPOSObjectRows[] = {
-    {"Clone", "POSObjectCloneProc"},
-    {"IsEqual", "POSObjectIsEqualProc"},
-    {"", ""},
-};
-static_assert(sizeof(kPOSObjectRows) / sizeof(kPOSObjectRows[0]) == kPOSObjectMethodCount + 1,
-              "one row for each slot, and the closing row");
-
 // Constant-initialised, so that its owner can link itself whatever the order
 // of static construction.
-MOXVTabListGeneric gPOSObjectList = {{nullptr, 0}, 0, kPOSObjectMethodCount};
+MOXVTabListGeneric gPOSObjectList = {{nullptr, 0}, 0, POSObjectSlots::kMethodCount};
 
 // Owns the list in the termination family. The stop deletes the entries; at
 // process exit the entries stay where they are (the default Abandon).
@@ -33,18 +25,14 @@ MOXVTabListGeneric* POSObjectVTabList() {
   return &gPOSObjectList;
 }
 
-bool POSObjectFetchMethods(MOXContainer container, bool quiet, void** procs) {
-  return MOXFetchMethods(kPOSObjectRows, kPOSObjectMethodCount, container, quiet, procs);
-}
-
 CPOSObject::CPOSObject(MOXContainer container) : CMOXContainerRef(container), fProcs(nullptr) {
   // A throw here releases the reference through the base's destructor.
-  fProcs = MOXLookupProcTable(&gPOSObjectList, &POSObjectFetchMethods, container);
+  fProcs = MOXLookupProcTable(&gPOSObjectList, &MOXFetchSlots<POSObjectSlots::Slot>, container);
 }
 
 CPOSBorrowedObject::CPOSBorrowedObject(MOXContainer container) {
   if (container == nullptr) MOXThrowInvalidContainer();
-  fProcs = MOXLookupProcTable(&gPOSObjectList, &POSObjectFetchMethods, container);
+  fProcs = MOXLookupProcTable(&gPOSObjectList, &MOXFetchSlots<POSObjectSlots::Slot>, container);
   fContainer = container;
 }
 
@@ -74,9 +62,8 @@ void CPOSObject::Reset() noexcept {
 }
 
 CPOSObject CPOSObject::Clone() const {
-  MOXContainer copy = fProcs == nullptr
-                          ? nullptr
-                          : MOXProcAt<POSObjectCloneProc>(fProcs, kPOSObjectCloneSlot)(fContainer);
+  MOXContainer copy =
+      fProcs == nullptr ? nullptr : MOXProcAt<POSObjectSlots::Clone>(fProcs)(fContainer);
   if (copy == nullptr) throw POSException("CPOSObject::Clone failed");
   return CPOSObject(copy);
 }
@@ -84,8 +71,7 @@ CPOSObject CPOSObject::Clone() const {
 bool CPOSObject::IsEqual(const CPOSObject& other) const {
   // An empty object has no table to ask; it equals only another empty one.
   if (fProcs == nullptr) return other.fContainer == nullptr;
-  return MOXProcAt<POSObjectIsEqualProc>(fProcs, kPOSObjectIsEqualSlot)(fContainer,
-                                                                        other.fContainer);
+  return MOXProcAt<POSObjectSlots::IsEqual>(fProcs)(fContainer, other.fContainer);
 }
 
 MOXContainer CPOSObject::GiveAway() noexcept {

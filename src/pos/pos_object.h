@@ -24,20 +24,14 @@
 
 namespace MOX_T_MT {
 
-// Slots of the per-signature table of POSObjectInterface.
-enum : size_t {
-  kPOSObjectCloneSlot = 0,
-  kPOSObjectIsEqualSlot = 1,
-  kPOSObjectMethodCount = 2,
-};
+// The methods of POSObjectInterface, the per-signature table of every POS
+// object.
+MOX_DEFINE_SLOTS(POSObjectSlots, POS_OBJECT_INTERFACE_METHODS)
 
 // The per-signature list of POS object method tables, owned by the
 // termination-list member CPOSObjectTerminate: the stop deletes its entries,
 // the process exit leaves them where they are.
 MOXVTabListGeneric* POSObjectVTabList();
-
-// Fetches Clone and IsEqual of `container` into `procs`.
-bool POSObjectFetchMethods(MOXContainer container, bool quiet, void** procs);
 
 class CPOSObject : public CMOXContainerRef {
  public:

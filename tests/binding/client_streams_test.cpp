@@ -236,9 +236,7 @@ TEST_F(ClientStreams, RuntimeDrivesARewindableClientStream) {
     CMOXContainerRef rewindable(MOXNewClientRewindableStream(new CountingRewindableStream(&probe)),
                                 false);
     void** procs = MOX_T_MT::MOXLookupRewindableStreamProcs(rewindable.fContainer);
-    EXPECT_EQ(reinterpret_cast<MOXRewindableStreamRewindProc>(procs[MOX_T_MT::kMOXStreamRewind])(
-                  rewindable.fContainer),
-              nullptr);
+    EXPECT_EQ(MOXProcAt<MOXRewindableStreamSlots::Rewind>(procs)(rewindable.fContainer), nullptr);
     EXPECT_EQ(probe.rewinds, 1);
     EXPECT_THROW(MOX_T_MT::MOXLookupPositionableStreamProcs(rewindable.fContainer), CMOXError);
   }
@@ -364,8 +362,8 @@ MOXErrorRef RefusingFactory(MOXContainer* out, void* client, MOXClientStreamRead
 
 TEST_F(ClientStreams, FactoryErrorLeavesTheClientObjectToTheRuntime) {
   ASSERT_NE(gMOXStreamFactoryTable.Get(), nullptr);
-  gMOXStreamFactoryTable.SetSlot(kMOXNewClientPositionableStream,
-                                 reinterpret_cast<void*>(&RefusingFactory));
+  gMOXStreamFactoryTable.SetProc<MOXStreamFactorySlots::NewClientPositionableStream>(
+      &RefusingFactory);
   StreamProbe probe;
   ByteStream* object = new ByteStream(&probe);
   try {

@@ -108,8 +108,8 @@ TEST_F(Containers, OtherNamesGoThroughTheRuntime) {
   CMOXContainerRef handle(Make(&primary, "TestImpl", "TestInterface"));
   CMOXStringHolder otherName("TestSecondaryImpl");
   EXPECT_EQ(MOXFindInstance(handle.Get(), otherName), nullptr);
-  MOXCheck(gMOXContainerTable.Slot<MOXRegisterInstanceV2Proc>(8)(handle.Get(), &secondary,
-                                                                 otherName.fAtom, nullptr));
+  MOXCheck(gMOXContainerTable.Proc<MOXContainerSlots::RegisterInstance>()(
+      handle.Get(), &secondary, otherName.fAtom, nullptr));
   EXPECT_EQ(MOXFindInstance(handle.Get(), otherName), &secondary);
 }
 

@@ -2,11 +2,11 @@
 #include <cstring>
 
 #include "MOXUtils.h"
-#include "library/entry.h"
 #include "binding/errors.h"
 #include "binding/host_tables.h"
 #include "binding/server_tables.h"
 #include "binding/string_holder.h"
+#include "library/entry.h"
 #include "library_fixture.h"
 #include "moxhost/runtime.h"
 

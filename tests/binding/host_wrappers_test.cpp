@@ -82,7 +82,7 @@ TEST_F(HostWrappers, FailedBufferReleasesAHandedOverBlockOnce) {
       },
       [](void* data, MOXReleaseProc release) {
         MOXRequireSharedBuffTable();
-        gMOXSharedBuffTable.SetSlot(0, reinterpret_cast<void*>(&ThrowingNewBuffer));
+        gMOXSharedBuffTable.SetProc<MOXSharedBuffSlots::NewBuffer>(&ThrowingNewBuffer);
         EXPECT_THROW(MOXNewSharedBuffer(4, data, release, 0, 0), std::runtime_error);
         gMOXSharedBuffTable.Clear();
       },
@@ -152,7 +152,7 @@ MOXCacheID NoCacheID() {
 
 TEST_F(HostWrappers, RuntimeWithoutIdentifiersFailsCacheIDConstruction) {
   MOXRequireCacheTable();
-  gMOXCacheTable.SetSlot(0, reinterpret_cast<void*>(&NoCacheID));
+  gMOXCacheTable.SetProc<MOXCacheSlots::NewCacheID>(&NoCacheID);
   try {
     CMOXCacheID id;
     ADD_FAILURE() << "made an identifier from nothing";
@@ -224,7 +224,7 @@ TEST_F(HostWrappers, ClientProgressAnswersThroughTheRuntime) {
 
 TEST_F(HostWrappers, CMOXProgressNeedsAnObjectAndTheTable) {
   ASSERT_NE(gMOXProgressTable.Get(), nullptr);
-  MOXProgress null = gMOXProgressTable.Slot<MOXProgressNewNullProgressProc>(0)();
+  MOXProgress null = gMOXProgressTable.Proc<MOXProgressSlots::NewNullProgress>()();
   HideInterface("MOXProgressInterface");
   int destroyed = 0;
   auto* client = new RecordingProgress(&destroyed);
@@ -250,10 +250,10 @@ TEST_F(HostWrappers, CMOXProgressNeedsAnObjectAndTheTable) {
 // ---- Filters -----------------------------------------------------------------------------
 
 MOXErrorRef FilterWrite(MOXFilter filter, const void* data, uint64_t size) {
-  return gMOXFilterTable.Slot<MOXFilterWriteV2Proc>(7)(filter, data, size);
+  return gMOXFilterTable.Proc<MOXFilterSlots::Write>()(filter, data, size);
 }
 void FilterRelease(MOXFilter filter) {
-  gMOXFilterTable.Slot<MOXFilterReleaseProc>(6)(filter);
+  gMOXFilterTable.Proc<MOXFilterSlots::Release>()(filter);
 }
 
 // Collects what reaches it; with a target it passes the bytes on, upper-cased.
@@ -306,14 +306,14 @@ TEST_F(HostWrappers, ClientSinkAndFilterCarryWritesThroughTheRuntime) {
   ASSERT_NE(stage, nullptr);
   EXPECT_EQ(FilterWrite(stage, "abc", 3), nullptr);
   EXPECT_EQ(sinkClient->received, "ABC");
-  EXPECT_EQ(gMOXFilterTable.Slot<MOXFilterGetChainStateV2Proc>(15)(stage), 17u);
+  EXPECT_EQ(gMOXFilterTable.Proc<MOXFilterSlots::GetChainState>()(stage), 17u);
 
   sinkClient->fail = true;
   MOXErrorRef error = FilterWrite(stage, "d", 1);
   EXPECT_EQ(Describe(error), "TOV: sink full") << "the sink's failure travels back up the chain";
   MOXErrorProcs::Release(error);
   stageClient->fail = true;
-  error = gMOXFilterTable.Slot<MOXFilterCloseProc>(9)(stage);
+  error = gMOXFilterTable.Proc<MOXFilterSlots::Close>()(stage);
   EXPECT_NE(error, nullptr) << "a throwing close counts as a failed one";
   MOXErrorProcs::Release(error);
 
@@ -379,7 +379,7 @@ MOXErrorRef CapturingJPEG(MOXFilter* out, MOXFilter, void* client, MOXFilterWrit
 
 TEST_F(HostWrappers, FilterAdaptersPassArgumentsAndSwallowFailures) {
   ASSERT_NE(gMOXFilterTable.Get(), nullptr);
-  gMOXFilterTable.SetSlot(4, reinterpret_cast<void*>(&CapturingJPEG));
+  gMOXFilterTable.SetProc<MOXFilterSlots::NewFilterJPEG>(&CapturingJPEG);
   int destroyed = 0;
   auto* client = new RecordingFilter(&destroyed);
   EXPECT_EQ(MOXNewFilterJPEG(nullptr, client), reinterpret_cast<MOXFilter>(&gCaptured));
@@ -412,7 +412,7 @@ TEST_F(HostWrappers, ProcessFilterHandlesReleaseWhatTheyHold) {
   ASSERT_NE(gMOXFilterTable.Get(), nullptr);
   CMOXFilterRef& handle = gMOXProcessFilters[0];
   ASSERT_EQ(handle.fFilter, nullptr) << "empty from the start";
-  ASSERT_EQ(gMOXFilterTable.Slot<MOXFilterNewNullDataSinkV2Proc>(0)(&handle.fFilter), nullptr);
+  ASSERT_EQ(gMOXFilterTable.Proc<MOXFilterSlots::NewNullDataSink>()(&handle.fFilter), nullptr);
   handle.Reset();
   EXPECT_EQ(handle.fFilter, nullptr);  // the fixture checks that the filter is gone
 }
