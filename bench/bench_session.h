@@ -17,7 +17,7 @@ void EndSession();
 
 // Takes a reference to an unowned result, as a component that keeps it does.
 inline MOXContainer Keep(MOXContainer object) {
-  Session().containerAddRef(object);
+  Session().container.AddRef(object);
   return object;
 }
 

@@ -1,15 +1,19 @@
 // moxhost::ComponentProcs: every procedure of libMOXUtils, and the runtime
-// procedures a component needs around them, fetched by name through a lookup
+// interfaces a component needs around them, fetched by name through a lookup
 // procedure as any foreign component fetches them.
 //
 //   moxhost::ComponentProcs procs;
 //   std::vector<std::string> missing;
 //   if (!procs.Load(moxhost::Runtime::LookupProc(), &missing)) ...
-//   MOXContainer number = procs.newNumber(2.5);
+//   MOXContainer number = procs.posNumber.NewPOSNumber(2.5);
+//   procs.container.AddRef(number);
 //
-// Each member has the C type of its proc type, so a procedure is called with
-// the arguments the interface fixes. The list is the one place that names
-// them; tools, benchmarks and black-box tests share it.
+// The catalogue is generated from the interfaces' method lists in the public
+// headers: it has one member per interface, and in it one member per method,
+// named after the method and of the C type of its proc type. Nothing here
+// names a method; tools, benchmarks and black-box tests share it.
+//
+// Threads: Load writes every member; after it, any thread may read them.
 #ifndef MOXHOST_COMPONENT_PROCS_H_
 #define MOXHOST_COMPONENT_PROCS_H_
 
@@ -20,89 +24,42 @@
 #include "POSProcs.h"
 #include "POSStreamerProcs.h"
 
-// X(member, interface, method, ProcType); the proc-type name is the C type's.
-#define MOXHOST_COMPONENT_PROCS(X)                                                               \
-  X(clone, "POSObjectInterface", "Clone", POSObjectCloneProc)                                    \
-  X(isEqual, "POSObjectInterface", "IsEqual", POSObjectIsEqualProc)                              \
-  X(debugDump, "POSObjectStatics", "DebugDump", POSObjectDebugDumpProc)                          \
-  X(createFromText, "POSObjectStatics", "CreateFromText", POSObjectCreateFromTextProc)           \
-  X(newNumber, "POSNumberInterface", "NewPOSNumber", POSNumberNewPOSNumberProc)                  \
-  X(isNumber, "POSNumberInterface", "IsPOSNumber", POSNumberIsPOSNumberProc)                     \
-  X(numberGet, "POSNumberInterface", "Get", POSNumberGetProc)                                    \
-  X(newString, "POSStringInterface", "NewPOSString", POSStringNewPOSStringProc)                  \
-  X(isString, "POSStringInterface", "IsPOSString", POSStringIsPOSStringProc)                     \
-  X(stringGet, "POSStringInterface", "Get", POSStringGetProc)                                    \
-  X(newUnicode, "POSUnicodeStringInterface", "NewPOSUnicodeString",                              \
-    POSUnicodeStringNewPOSUnicodeStringProc)                                                     \
-  X(isUnicode, "POSUnicodeStringInterface", "IsPOSUnicodeString",                                \
-    POSUnicodeStringIsPOSUnicodeStringProc)                                                      \
-  X(unicodeGet, "POSUnicodeStringInterface", "Get", POSUnicodeStringGetProc)                     \
-  X(newBinData, "POSBinDataInterface", "NewPOSBinData", POSBinDataNewPOSBinDataProc)             \
-  X(isBinData, "POSBinDataInterface", "IsPOSBinData", POSBinDataIsPOSBinDataProc)                \
-  X(binDataType, "POSBinDataInterface", "GetTypeName", POSBinDataGetTypeNameProc)                \
-  X(binDataBytes, "POSBinDataInterface", "GetBinData", POSBinDataGetBinDataProc)                 \
-  X(binDataSize, "POSBinDataInterface", "GetSize", POSBinDataGetSizeProc)                        \
-  X(newRawPointer, "POSRawPointerInterface", "NewPOSRawPointer",                                 \
-    POSRawPointerNewPOSRawPointerProc)                                                           \
-  X(isRawPointer, "POSRawPointerInterface", "IsPOSRawPointer", POSRawPointerIsPOSRawPointerProc) \
-  X(rawPointerGet, "POSRawPointerInterface", "GetRawPointer", POSRawPointerGetRawPointerProc)    \
-  X(rawPointerReleaseProc, "POSRawPointerInterface", "GetReleaseProc",                           \
-    POSRawPointerGetReleaseProcProc)                                                             \
-  X(newArray, "POSArrayInterface", "NewPOSArray", POSArrayNewPOSArrayProc)                       \
-  X(isArray, "POSArrayInterface", "IsPOSArray", POSArrayIsPOSArrayProc)                          \
-  X(arrayGetAt, "POSArrayInterface", "GetAt", POSArrayGetAtProc)                                 \
-  X(arrayCount, "POSArrayInterface", "Count", POSArrayCountProc)                                 \
-  X(arraySetAt, "POSArrayInterface", "SetAt", POSArraySetAtProc)                                 \
-  X(arrayAppend, "POSArrayInterface", "Append", POSArrayAppendProc)                              \
-  X(arrayRemove, "POSArrayInterface", "Remove", POSArrayRemoveProc)                              \
-  X(newDict, "POSDictInterface", "NewPOSDict", POSDictNewPOSDictProc)                            \
-  X(isDict, "POSDictInterface", "IsPOSDict", POSDictIsPOSDictProc)                               \
-  X(dictGet, "POSDictInterface", "Get", POSDictGetProc)                                          \
-  X(dictDeepGet, "POSDictInterface", "DeepGet", POSDictDeepGetProc)                              \
-  X(dictPut, "POSDictInterface", "Put", POSDictPutProc)                                          \
-  X(dictRemove, "POSDictInterface", "Remove", POSDictRemoveProc)                                 \
-  X(newDictIterator, "POSDictIteratorInterface", "NewPOSDictIterator",                           \
-    POSDictIteratorNewPOSDictIteratorProc)                                                       \
-  X(iteratorBegin, "POSDictIteratorInterface", "Begin", POSDictIteratorBeginProc)                \
-  X(iteratorNext, "POSDictIteratorInterface", "Next", POSDictIteratorNextProc)                   \
-  X(iteratorIsDone, "POSDictIteratorInterface", "IsDone", POSDictIteratorIsDoneProc)             \
-  X(iteratorKey, "POSDictIteratorInterface", "CurKey", POSDictIteratorCurKeyProc)                \
-  X(newStreamer, "POSStreamerInterface", "NewPOSStreamer", POSStreamerNewPOSStreamerProc)        \
-  X(serialize, "POSStreamerInterface", "Serialize", POSStreamerSerializeProc)                    \
-  X(deserialize, "POSStreamerInterface", "Deserialize", POSStreamerDeserializeProc)              \
-  X(containerAddRef, "MOXContainerInterface", "AddRef", MOXAddRefContainerV2Proc)                \
-  X(containerRelease, "MOXContainerInterface", "Release", MOXReleaseContainerProc)               \
-  X(containerRefCountAddr, "MOXContainerInterface", "DebugGetRefCountAddr",                      \
-    MOXGetRefCountAddrProc)                                                                      \
-  X(newContainer, "MOXContainerInterface", "NewContainer", MOXNewContainerV2Proc)                \
-  X(registerInstance, "MOXContainerInterface", "RegisterInstance", MOXRegisterInstanceV2Proc)    \
-  X(getMethod, "MOXContainerInterface", "GetMethod", MOXGetMethodV3Proc)                         \
-  X(offsetToPrimaryInstance, "MOXContainerInterface", "GetOffsetToPrimaryInstance",              \
-    MOXGetOffsetToPrimaryInstProc)                                                               \
-  X(newAtom, "MOXStringInterface", "NewStringAtom", MOXNewStringAtomProc)                        \
-  X(deleteAtom, "MOXStringInterface", "DeleteStringAtom", MOXDeleteStringAtomProc)               \
-  X(atomText, "MOXStringInterface", "GetCString", MOXGetCStringProc)                             \
-  X(newError, "MOXErrorInterface", "NewError", MOXNewErrorProc)                                  \
-  X(errorRelease, "MOXErrorInterface", "Release", MOXErrorReleaseProc)                           \
-  X(errorMessage, "MOXErrorInterface", "GetErrorMessage", MOXErrorGetMessageProc)                \
-  X(newMemoryStream, "MOXStreamFactoryInterface", "NewPositionableMemoryStream",                 \
-    MOXNewPositionableMemoryStreamProc)                                                          \
-  X(newFileStream, "MOXStreamFactoryInterface", "NewPositionableFileStream",                     \
-    MOXNewPositionableFileStreamProc)                                                            \
-  X(newClientStream, "MOXStreamFactoryInterface", "NewClientPositionableStream",                 \
-    MOXNewClientPositionableStreamProc)
+// The interfaces of the catalogue: X(member, name macro, method list).
+#define MOXHOST_CATALOGUE_INTERFACES(X)                                                        \
+  X(posObject, POS_OBJECT_INTERFACE_NAME, POS_OBJECT_INTERFACE_METHODS)                        \
+  X(posStatics, POS_OBJECT_STATICS_NAME, POS_OBJECT_STATICS_METHODS)                           \
+  X(posNumber, POS_NUMBER_INTERFACE_NAME, POS_NUMBER_INTERFACE_METHODS)                        \
+  X(posString, POS_STRING_INTERFACE_NAME, POS_STRING_INTERFACE_METHODS)                        \
+  X(posUnicodeString, POS_UNICODE_STRING_INTERFACE_NAME, POS_UNICODE_STRING_INTERFACE_METHODS) \
+  X(posBinData, POS_BIN_DATA_INTERFACE_NAME, POS_BIN_DATA_INTERFACE_METHODS)                   \
+  X(posRawPointer, POS_RAW_POINTER_INTERFACE_NAME, POS_RAW_POINTER_INTERFACE_METHODS)          \
+  X(posArray, POS_ARRAY_INTERFACE_NAME, POS_ARRAY_INTERFACE_METHODS)                           \
+  X(posDict, POS_DICT_INTERFACE_NAME, POS_DICT_INTERFACE_METHODS)                              \
+  X(posDictIterator, POS_DICT_ITERATOR_INTERFACE_NAME, POS_DICT_ITERATOR_INTERFACE_METHODS)    \
+  X(posStreamer, POS_STREAMER_INTERFACE_NAME, POS_STREAMER_INTERFACE_METHODS)                  \
+  X(container, MOX_CONTAINER_INTERFACE_NAME, MOX_CONTAINER_INTERFACE_METHODS)                  \
+  X(string, MOX_STRING_INTERFACE_NAME, MOX_STRING_INTERFACE_METHODS)                           \
+  X(error, MOX_ERROR_INTERFACE_NAME, MOX_ERROR_INTERFACE_METHODS)                              \
+  X(streamFactory, MOX_STREAM_FACTORY_INTERFACE_NAME, MOX_STREAM_FACTORY_INTERFACE_METHODS)
 
 namespace moxhost {
 
+#define MOXHOST_PROC_MEMBER(Method, ProcType) ProcType Method = nullptr;
+#define MOXHOST_INTERFACE_MEMBER(member, name, METHODS) \
+  struct {                                              \
+    METHODS(MOXHOST_PROC_MEMBER)                        \
+  } member;
+
 struct ComponentProcs {
-#define MOXHOST_DECLARE_PROC(member, interfaceName, method, Proc) Proc member = nullptr;
-  MOXHOST_COMPONENT_PROCS(MOXHOST_DECLARE_PROC)
-#undef MOXHOST_DECLARE_PROC
+  MOXHOST_CATALOGUE_INTERFACES(MOXHOST_INTERFACE_MEMBER)
 
   // Fetches every procedure with `lookup`. False when one is missing; its
   // "Interface.Method" goes to `missing` when that is non-null.
   bool Load(MOXLookupProc lookup, std::vector<std::string>* missing = nullptr);
 };
+
+#undef MOXHOST_INTERFACE_MEMBER
+#undef MOXHOST_PROC_MEMBER
 
 }  // namespace moxhost
 
