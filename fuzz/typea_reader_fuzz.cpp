@@ -47,10 +47,11 @@ CMOXPositionableStreamRef StreamOf(const void* data, size_t size) {
 // Writes `object` and reads it back; empty when the read was refused.
 CPOSObject WrittenAndRead(const CMOXContainerRef& streamer, const CPOSObject& object) {
   CMOXPositionableStreamRef copy(MOXNewPositionableMemoryStream());
-  if (!POSStreamerEntries::Serialize(streamer.Get(), copy.Get(), object.Get(), nullptr))
+  if (!POSStreamerEntries::Serialize(streamer.Container(), copy.Container(), object.Container(),
+                                     nullptr))
     Fail("write refused");
   copy.Seek(0, 0);
-  MOXContainer again = POSStreamerEntries::Deserialize(streamer.Get(), copy.Get());
+  MOXContainer again = POSStreamerEntries::Deserialize(streamer.Container(), copy.Container());
   return again != nullptr ? CPOSObject(again) : CPOSObject();
 }
 
@@ -67,8 +68,8 @@ void Start() {
         "POSStreamerTypeA_Version1.0 <\"a\" [#1 \"s\" `0041` {\"t\" #1 00} <>] >";
     {
       CMOXContainerRef streamer(POSStreamerEntries::NewPOSStreamer());
-      MOXContainer object =
-          POSStreamerEntries::Deserialize(streamer.Get(), StreamOf(warm.data(), warm.size()).Get());
+      MOXContainer object = POSStreamerEntries::Deserialize(
+          streamer.Container(), StreamOf(warm.data(), warm.size()).Container());
       if (object == nullptr) Fail("the warm-up stream was refused");
       WrittenAndRead(streamer, CPOSObject(object));
     }
@@ -86,7 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   {
     CMOXContainerRef streamer(POSStreamerEntries::NewPOSStreamer());
     CMOXPositionableStreamRef stream = StreamOf(data, size);
-    MOXContainer read = POSStreamerEntries::Deserialize(streamer.Get(), stream.Get());
+    MOXContainer read = POSStreamerEntries::Deserialize(streamer.Container(), stream.Container());
     const int64_t position = stream.Mark();
     if (position < 0 || static_cast<uint64_t>(position) > size) Fail("stream left outside");
     if (read == nullptr) {

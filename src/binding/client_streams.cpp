@@ -114,9 +114,9 @@ CMOXPositionableStreamRef::CMOXPositionableStreamRef(MOXContainer stream)
       fPositionableProcs(nullptr) {
   // A throw below leaves through the base's destructor, which drops the
   // reference just taken.
-  fSimpleProcs = MOX_T_MT::MOXLookupSimpleStreamProcs(fContainer);
-  fRewindableProcs = MOX_T_MT::MOXLookupRewindableStreamProcs(fContainer);
-  fPositionableProcs = MOX_T_MT::MOXLookupPositionableStreamProcs(fContainer);
+  fSimpleProcs = MOX_T_MT::MOXLookupSimpleStreamProcs(Container());
+  fRewindableProcs = MOX_T_MT::MOXLookupRewindableStreamProcs(Container());
+  fPositionableProcs = MOX_T_MT::MOXLookupPositionableStreamProcs(Container());
 }
 
 CMOXPositionableStreamRef::CMOXPositionableStreamRef(const CMOXPositionableStreamRef& other)
@@ -150,7 +150,9 @@ CMOXPositionableStreamRef& CMOXPositionableStreamRef::operator=(
 }
 
 void CMOXPositionableStreamRef::Swap(CMOXPositionableStreamRef& other) noexcept {
-  std::swap(fContainer, other.fContainer);
+  MOXContainer mine = Detach();
+  Attach(other.Detach());
+  other.Attach(mine);
   std::swap(fSimpleProcs, other.fSimpleProcs);
   std::swap(fRewindableProcs, other.fRewindableProcs);
   std::swap(fPositionableProcs, other.fPositionableProcs);
@@ -158,40 +160,40 @@ void CMOXPositionableStreamRef::Swap(CMOXPositionableStreamRef& other) noexcept 
 
 uint64_t CMOXPositionableStreamRef::Read(void* buffer, uint64_t size) const {
   uint64_t count = 0;
-  MOXCheck(SimpleProc<MOXSimpleStreamSlots::Read>()(fContainer, &count, buffer, size));
+  MOXCheck(SimpleProc<MOXSimpleStreamSlots::Read>()(Container(), &count, buffer, size));
   return count;
 }
 
 void CMOXPositionableStreamRef::Write(const void* buffer, uint64_t size) const {
-  MOXCheck(SimpleProc<MOXSimpleStreamSlots::Write>()(fContainer, buffer, size));
+  MOXCheck(SimpleProc<MOXSimpleStreamSlots::Write>()(Container(), buffer, size));
 }
 
 MOXContainer CMOXPositionableStreamRef::CreateIndependentlyRewindableStream() const {
   MOXContainer stream = nullptr;
   MOXCheck(RewindableProc<MOXRewindableStreamSlots::CreateIndependentlyRewindableStream>()(
-      fContainer, &stream));
+      Container(), &stream));
   return stream;
 }
 
 void CMOXPositionableStreamRef::Rewind() const {
-  MOXCheck(RewindableProc<MOXRewindableStreamSlots::Rewind>()(fContainer));
+  MOXCheck(RewindableProc<MOXRewindableStreamSlots::Rewind>()(Container()));
 }
 
 MOXContainer CMOXPositionableStreamRef::CreateIndependentlyPositionableStream() const {
   MOXContainer stream = nullptr;
   MOXCheck(PositionableProc<MOXPositionableStreamSlots::CreateIndependentlyPositionableStream>()(
-      fContainer, &stream));
+      Container(), &stream));
   return stream;
 }
 
 int64_t CMOXPositionableStreamRef::Mark() const {
   int64_t position = 0;
-  MOXCheck(PositionableProc<MOXPositionableStreamSlots::Mark>()(fContainer, &position));
+  MOXCheck(PositionableProc<MOXPositionableStreamSlots::Mark>()(Container(), &position));
   return position;
 }
 
 void CMOXPositionableStreamRef::Seek(int64_t position, int32_t mode) const {
-  MOXCheck(PositionableProc<MOXPositionableStreamSlots::Seek>()(fContainer, position, mode));
+  MOXCheck(PositionableProc<MOXPositionableStreamSlots::Seek>()(Container(), position, mode));
 }
 
 // ---- Client stream classes -------------------------------------------------------------

@@ -134,7 +134,12 @@ class CMOXPositionableStreamRef : public CMOXContainerRef {
     return MOXProcAt<kSlot>(fPositionableProcs);
   }
 
-  // The fProcs of the list entries of the stream's signature.
+  // The fProcs of the list entries of the stream's signature, one per level.
+  void** SimpleProcs() const { return fSimpleProcs; }
+  void** RewindableProcs() const { return fRewindableProcs; }
+  void** PositionableProcs() const { return fPositionableProcs; }
+
+ private:
   void** fSimpleProcs;
   void** fRewindableProcs;
   void** fPositionableProcs;

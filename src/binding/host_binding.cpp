@@ -89,7 +89,7 @@ bool MOXBindHost(MOXLookupProc lookup) {
   if (gMOXErrorTable.Get() == nullptr) return false;
   gUnknownError = CMOXError(int32_t{0});
   gOutOfMemoryError = CMOXError(int32_t{1});
-  if (gUnknownError.fError == nullptr) return false;
+  if (gUnknownError.Error() == nullptr) return false;
 
   if (gMOXStringTable.Get() == nullptr) return false;
   if (gMOXMemoryTable.Get() == nullptr) MOXThrowMissingInterface();

@@ -91,6 +91,10 @@ class CMOXCacheID {
   CMOXCacheID& operator=(const CMOXCacheID&) = delete;
   ~CMOXCacheID();
 
+  // The identifier, still owned by the handle.
+  MOXCacheID ID() const { return fID; }
+
+ private:
   MOXCacheID fID;
 };
 
@@ -108,11 +112,15 @@ class TMOXCacheEntry {
   // Unmarks (pinned form) and releases through the slots as last loaded.
   ~TMOXCacheEntry();
 
-  MOXCacheID fID;
-  uintptr_t fData;
+  // The identifier, null when the table couldn't be bound; the client word.
+  MOXCacheID ID() const { return fID; }
+  uintptr_t Data() const { return fData; }
 
  private:
   void Retain();
+
+  MOXCacheID fID;
+  uintptr_t fData;
 };
 using CMOXPinnedCacheEntry = TMOXCacheEntry<true>;
 using CMOXCacheEntry = TMOXCacheEntry<false>;
@@ -121,19 +129,27 @@ extern template class TMOXCacheEntry<false>;
 
 // ---- Progress ----------------------------------------------------------------------
 
-// Owns one reference to a progress object of the runtime.
+// Owns one reference to a progress object of the runtime. Both ways of
+// making one raise "couldn't construct CMOXProgress" when the progress table
+// can't be bound or `progress` is null.
 class CMOXProgress {
  public:
-  // Holds `progress`: takes over the caller's reference with `adopt`,
-  // otherwise takes one. "couldn't construct CMOXProgress" when the progress
-  // table can't be bound or `progress` is null.
-  CMOXProgress(MOXProgress progress, bool adopt);
+  // Takes over the caller's reference to `progress`.
+  static CMOXProgress Adopt(MOXProgress progress) { return CMOXProgress(progress, true); }
+  // Takes a reference of its own, the caller keeping theirs.
+  static CMOXProgress Retain(MOXProgress progress) { return CMOXProgress(progress, false); }
   CMOXProgress(const CMOXProgress& other);
   CMOXProgress& operator=(const CMOXProgress&) = delete;
   ~CMOXProgress();
 
   // Reports `fraction` (0 to 1) done; false asks the caller to stop.
   bool Update(double fraction) const;
+
+  // The progress object, still owned by the handle.
+  MOXProgress Progress() const { return fProgress; }
+
+ private:
+  CMOXProgress(MOXProgress progress, bool adopt);
 
   MOXProgress fProgress;
 };
@@ -193,13 +209,23 @@ MOXFilter MOXNewFilterJPEG(MOXFilter target, MOX_T_MT::MOXClientFilter* client);
 class CMOXFilterRef {
  public:
   constexpr CMOXFilterRef() noexcept : fFilter(nullptr) {}
-  explicit constexpr CMOXFilterRef(MOXFilter adopted) noexcept : fFilter(adopted) {}
   CMOXFilterRef(const CMOXFilterRef&) = delete;
   CMOXFilterRef& operator=(const CMOXFilterRef&) = delete;
   ~CMOXFilterRef() { Reset(); }
 
+  // Releases the filter held, if any, and takes over the caller's reference
+  // to `filter`.
+  void Adopt(MOXFilter filter) noexcept {
+    Reset();
+    fFilter = filter;
+  }
+  // The filter, still owned by the handle; null when empty.
+  MOXFilter Filter() const { return fFilter; }
+
+  // Releases the filter held, if any; the handle becomes empty.
   void Reset() noexcept;
 
+ private:
   MOXFilter fFilter;
 };
 

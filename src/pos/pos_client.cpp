@@ -43,7 +43,7 @@ template <auto kIs>
 void CheckClass(CPOSObject& target, TPOSClientTable<decltype(kIs)>& client, bool quiet,
                 const char* failure) {
   void** slots = client.Refresh();
-  if (slots != nullptr && MOXProcAt<kIs>(slots)(target.fContainer)) return;
+  if (slots != nullptr && MOXProcAt<kIs>(slots)(target.Container())) return;
   if (!quiet) throw POSException(failure);
   target.Reset();
 }
@@ -51,13 +51,13 @@ void CheckClass(CPOSObject& target, TPOSClientTable<decltype(kIs)>& client, bool
 template <auto kIs>
 bool IsOfClass(const CPOSObject& object, TPOSClientTable<decltype(kIs)>& client) {
   void** slots = client.Refresh();
-  return slots != nullptr && MOXProcAt<kIs>(slots)(object.fContainer);
+  return slots != nullptr && MOXProcAt<kIs>(slots)(object.Container());
 }
 
 // Wraps what a New method returned; a null handle (the method failed and
 // reported) raises "invalid container".
 template <class Typed>
-Typed Adopt(MOXContainer fresh) {
+Typed WrapNew(MOXContainer fresh) {
   Typed typed;
   static_cast<CPOSObject&>(typed) = CPOSObject(fresh);
   return typed;
@@ -107,7 +107,7 @@ CPOSObject CPOSObjectStatics::CreateFromText(const char* text, const char** posi
 bool CPOSObjectStatics::DebugDump(const CPOSObject& object) {
   void** slots = gPOSObjectStaticsClient.Refresh();
   if (slots == nullptr) return false;
-  MOXProcAt<POSObjectStaticsSlots::DebugDump>(slots)(object.fContainer);
+  MOXProcAt<POSObjectStaticsSlots::DebugDump>(slots)(object.Container());
   return true;
 }
 
@@ -118,13 +118,13 @@ CPOSNumber::CPOSNumber(const CPOSObject& object, bool quiet) : CPOSObject(object
                                           "downcast from CPOSObject to CPOSNumber failed");
 }
 CPOSNumber CPOSNumber::New(double value) {
-  return Adopt<CPOSNumber>(CallNew<POSNumberSlots::NewPOSNumber>(gPOSNumberClient, value));
+  return WrapNew<CPOSNumber>(CallNew<POSNumberSlots::NewPOSNumber>(gPOSNumberClient, value));
 }
 bool CPOSNumber::Is(const CPOSObject& object) {
   return IsOfClass<POSNumberSlots::IsPOSNumber>(object, gPOSNumberClient);
 }
 double CPOSNumber::Get() const {
-  return gPOSNumberClient.Proc<POSNumberSlots::Get>()(fContainer);
+  return gPOSNumberClient.Proc<POSNumberSlots::Get>()(Container());
 }
 
 CPOSString::CPOSString(const CPOSObject& object, bool quiet) : CPOSObject(object) {
@@ -132,13 +132,13 @@ CPOSString::CPOSString(const CPOSObject& object, bool quiet) : CPOSObject(object
                                           "downcast from CPOSObject to CPOSString failed");
 }
 CPOSString CPOSString::New(const char* text) {
-  return Adopt<CPOSString>(CallNew<POSStringSlots::NewPOSString>(gPOSStringClient, text));
+  return WrapNew<CPOSString>(CallNew<POSStringSlots::NewPOSString>(gPOSStringClient, text));
 }
 bool CPOSString::Is(const CPOSObject& object) {
   return IsOfClass<POSStringSlots::IsPOSString>(object, gPOSStringClient);
 }
 const char* CPOSString::Get() const {
-  return gPOSStringClient.Proc<POSStringSlots::Get>()(fContainer);
+  return gPOSStringClient.Proc<POSStringSlots::Get>()(Container());
 }
 
 CPOSUnicodeString::CPOSUnicodeString(const CPOSObject& object, bool quiet) : CPOSObject(object) {
@@ -147,14 +147,14 @@ CPOSUnicodeString::CPOSUnicodeString(const CPOSObject& object, bool quiet) : CPO
       "downcast from CPOSObject to CPOSUnicodeString failed");
 }
 CPOSUnicodeString CPOSUnicodeString::New(const uint16_t* units) {
-  return Adopt<CPOSUnicodeString>(
+  return WrapNew<CPOSUnicodeString>(
       CallNew<POSUnicodeStringSlots::NewPOSUnicodeString>(gPOSUnicodeStringClient, units));
 }
 bool CPOSUnicodeString::Is(const CPOSObject& object) {
   return IsOfClass<POSUnicodeStringSlots::IsPOSUnicodeString>(object, gPOSUnicodeStringClient);
 }
 const uint16_t* CPOSUnicodeString::Get() const {
-  return gPOSUnicodeStringClient.Proc<POSUnicodeStringSlots::Get>()(fContainer);
+  return gPOSUnicodeStringClient.Proc<POSUnicodeStringSlots::Get>()(Container());
 }
 
 CPOSBinData::CPOSBinData(const CPOSObject& object, bool quiet) : CPOSObject(object) {
@@ -162,20 +162,20 @@ CPOSBinData::CPOSBinData(const CPOSObject& object, bool quiet) : CPOSObject(obje
                                             "downcast from CPOSObject to CPOSBinData failed");
 }
 CPOSBinData CPOSBinData::New(const char* typeName, const void* data, uint64_t size) {
-  return Adopt<CPOSBinData>(
+  return WrapNew<CPOSBinData>(
       CallNew<POSBinDataSlots::NewPOSBinData>(gPOSBinDataClient, typeName, data, size));
 }
 bool CPOSBinData::Is(const CPOSObject& object) {
   return IsOfClass<POSBinDataSlots::IsPOSBinData>(object, gPOSBinDataClient);
 }
 const char* CPOSBinData::GetTypeName() const {
-  return gPOSBinDataClient.Proc<POSBinDataSlots::GetTypeName>()(fContainer);
+  return gPOSBinDataClient.Proc<POSBinDataSlots::GetTypeName>()(Container());
 }
 const void* CPOSBinData::GetBinData() const {
-  return gPOSBinDataClient.Proc<POSBinDataSlots::GetBinData>()(fContainer);
+  return gPOSBinDataClient.Proc<POSBinDataSlots::GetBinData>()(Container());
 }
 uint64_t CPOSBinData::GetSize() const {
-  return gPOSBinDataClient.Proc<POSBinDataSlots::GetSize>()(fContainer);
+  return gPOSBinDataClient.Proc<POSBinDataSlots::GetSize>()(Container());
 }
 
 CPOSRawPointer::CPOSRawPointer(const CPOSObject& object, bool quiet) : CPOSObject(object) {
@@ -183,14 +183,14 @@ CPOSRawPointer::CPOSRawPointer(const CPOSObject& object, bool quiet) : CPOSObjec
       *this, gPOSRawPointerClient, quiet, "downcast from CPOSObject to CPOSRawPointer failed");
 }
 CPOSRawPointer CPOSRawPointer::New(void* pointer, MOXReleaseProc release) {
-  return Adopt<CPOSRawPointer>(
+  return WrapNew<CPOSRawPointer>(
       CallNew<POSRawPointerSlots::NewPOSRawPointer>(gPOSRawPointerClient, pointer, release));
 }
 bool CPOSRawPointer::Is(const CPOSObject& object) {
   return IsOfClass<POSRawPointerSlots::IsPOSRawPointer>(object, gPOSRawPointerClient);
 }
 void* CPOSRawPointer::GetRawPointer() const {
-  return gPOSRawPointerClient.Proc<POSRawPointerSlots::GetRawPointer>()(fContainer);
+  return gPOSRawPointerClient.Proc<POSRawPointerSlots::GetRawPointer>()(Container());
 }
 
 CPOSMOXObjRef::CPOSMOXObjRef(const CPOSObject& object, bool quiet) : CPOSRawPointer(object, quiet) {
@@ -204,22 +204,22 @@ CPOSArray::CPOSArray(const CPOSObject& object, bool quiet) : CPOSObject(object) 
                                         "downcast from CPOSObject to CPOSArray failed");
 }
 CPOSArray CPOSArray::New() {
-  return Adopt<CPOSArray>(CallNew<POSArraySlots::NewPOSArray>(gPOSArrayClient));
+  return WrapNew<CPOSArray>(CallNew<POSArraySlots::NewPOSArray>(gPOSArrayClient));
 }
 bool CPOSArray::Is(const CPOSObject& object) {
   return IsOfClass<POSArraySlots::IsPOSArray>(object, gPOSArrayClient);
 }
 
 CPOSObject CPOSArray::GetAt(uint64_t index) const {
-  MOXContainer member = gPOSArrayClient.Proc<POSArraySlots::GetAt>()(fContainer, index);
+  MOXContainer member = gPOSArrayClient.Proc<POSArraySlots::GetAt>()(Container(), index);
   if (member == nullptr) throw POSException(kSubscriptFailed);
   return CPOSObject(member);
 }
 uint32_t CPOSArray::Count() const {
-  return gPOSArrayClient.Proc<POSArraySlots::Count>()(fContainer);
+  return gPOSArrayClient.Proc<POSArraySlots::Count>()(Container());
 }
 void CPOSArray::Append(const CPOSObject& value) const {
-  gPOSArrayClient.Proc<POSArraySlots::Append>()(fContainer, value.fContainer);
+  gPOSArrayClient.Proc<POSArraySlots::Append>()(Container(), value.Container());
 }
 
 // ---- Dictionaries ----------------------------------------------------------------
@@ -229,7 +229,7 @@ CPOSDict::CPOSDict(const CPOSObject& object, bool quiet) : CPOSObject(object) {
                                       "downcast from CPOSObject to CPOSDict failed");
 }
 CPOSDict CPOSDict::New() {
-  return Adopt<CPOSDict>(CallNew<POSDictSlots::NewPOSDict>(gPOSDictClient));
+  return WrapNew<CPOSDict>(CallNew<POSDictSlots::NewPOSDict>(gPOSDictClient));
 }
 bool CPOSDict::Is(const CPOSObject& object) {
   return IsOfClass<POSDictSlots::IsPOSDict>(object, gPOSDictClient);
@@ -237,34 +237,34 @@ bool CPOSDict::Is(const CPOSObject& object) {
 
 bool CPOSDict::Has(const char* key) const {
   CMOXStringHolder atom(key);
-  return gPOSDictClient.Proc<POSDictSlots::Get>()(fContainer, atom.fAtom) != nullptr;
+  return gPOSDictClient.Proc<POSDictSlots::Get>()(Container(), atom.Atom()) != nullptr;
 }
 bool CPOSDict::HasDeep(const char* address) const {
   CMOXStringHolder atom(address);
-  return gPOSDictClient.Proc<POSDictSlots::DeepGet>()(fContainer, atom.fAtom) != nullptr;
+  return gPOSDictClient.Proc<POSDictSlots::DeepGet>()(Container(), atom.Atom()) != nullptr;
 }
 void CPOSDict::Put(const char* key, const CPOSObject& value) const {
   Put(CMOXStringHolder(key), value);
 }
 void CPOSDict::Put(const CMOXStringHolder& key, const CPOSObject& value) const {
-  gPOSDictClient.Proc<POSDictSlots::Put>()(fContainer, key.fAtom, value.fContainer);
+  gPOSDictClient.Proc<POSDictSlots::Put>()(Container(), key.Atom(), value.Container());
 }
 void CPOSDict::Remove(const char* key) const {
   CMOXStringHolder atom(key);
-  gPOSDictClient.Proc<POSDictSlots::Remove>()(fContainer, atom.fAtom);
+  gPOSDictClient.Proc<POSDictSlots::Remove>()(Container(), atom.Atom());
 }
 CPOSObject CPOSDict::Get(const char* key, bool quiet) const {
   return Get(CMOXStringHolder(key), quiet);
 }
 CPOSObject CPOSDict::Get(const CMOXStringHolder& key, bool quiet) const {
-  MOXContainer value = gPOSDictClient.Proc<POSDictSlots::Get>()(fContainer, key.fAtom);
+  MOXContainer value = gPOSDictClient.Proc<POSDictSlots::Get>()(Container(), key.Atom());
   if (value != nullptr) return CPOSObject(value);
   if (!quiet) throw POSException(kDictGetFailed);
   return CPOSObject();
 }
 CPOSObject CPOSDict::DeepGet(const char* address, bool quiet) const {
   CMOXStringHolder atom(address);
-  MOXContainer value = gPOSDictClient.Proc<POSDictSlots::DeepGet>()(fContainer, atom.fAtom);
+  MOXContainer value = gPOSDictClient.Proc<POSDictSlots::DeepGet>()(Container(), atom.Atom());
   if (value != nullptr) return CPOSObject(value);
   if (!quiet) throw POSException(kSubscriptFailed);
   return CPOSObject();
@@ -307,19 +307,19 @@ MOXContainer NewIterator(MOXContainer dict) {
 }  // namespace
 
 CPOSDictIterator::CPOSDictIterator(const CPOSDict& dict)
-    : CMOXContainerRef(NewIterator(dict.fContainer)) {}
+    : CMOXContainerRef(NewIterator(dict.Container())) {}
 
 void CPOSDictIterator::Begin() const {
-  gPOSDictIteratorClient.Proc<POSDictIteratorSlots::Begin>()(fContainer);
+  gPOSDictIteratorClient.Proc<POSDictIteratorSlots::Begin>()(Container());
 }
 void CPOSDictIterator::Next() const {
-  gPOSDictIteratorClient.Proc<POSDictIteratorSlots::Next>()(fContainer);
+  gPOSDictIteratorClient.Proc<POSDictIteratorSlots::Next>()(Container());
 }
 bool CPOSDictIterator::IsDone() const {
-  return gPOSDictIteratorClient.Proc<POSDictIteratorSlots::IsDone>()(fContainer);
+  return gPOSDictIteratorClient.Proc<POSDictIteratorSlots::IsDone>()(Container());
 }
 const char* CPOSDictIterator::CurKey() const {
-  return gPOSDictIteratorClient.Proc<POSDictIteratorSlots::CurKey>()(fContainer);
+  return gPOSDictIteratorClient.Proc<POSDictIteratorSlots::CurKey>()(Container());
 }
 
 }  // namespace MOX_T_MT

@@ -156,7 +156,7 @@ MOXContainer GetAt(MOXContainer array, uint64_t index) {
     // The array keeps its reference: the caller borrows the member, and its
     // count is the same as before.
     if (index >= self->Count()) return nullptr;
-    return self->Slot(static_cast<uint32_t>(index)).fContainer;
+    return self->Slot(static_cast<uint32_t>(index)).Container();
   });
 }
 uint32_t Count(MOXContainer array) {
@@ -195,13 +195,13 @@ MOXContainer Get(MOXContainer dict, MOXStringAtom key) {
     Dict* self = FromContainer<Dict>(dict);
     // Borrowed, as for GetAt: the node keeps its reference.
     DictNode* node = self->Tree()->Find(KeyText(key));
-    return node == nullptr ? nullptr : node->fValue.fContainer;
+    return node == nullptr ? nullptr : node->fValue.Container();
   });
 }
 MOXContainer DeepGet(MOXContainer dict, MOXStringAtom address) {
   return EntryGuard<MOXContainer>([&] {
     if (address == nullptr) throw POSException(kNullArgument);
-    CMOXStringHolder text(address, /*adopt=*/false);
+    CMOXStringHolder text = CMOXStringHolder::Retain(address);
     Dict* self = FromContainer<Dict>(dict);
     return DeepGetValue(self, text, /*quiet=*/true).GiveAway();
   });
@@ -212,7 +212,7 @@ void Put(MOXContainer dict, MOXStringAtom key, MOXContainer value) {
     CPOSObject member(value);
     Dict* self = FromContainer<Dict>(dict);
     if (key == nullptr) throw POSException(kNullArgument);
-    self->InsertValue(CMOXStringHolder(key, /*adopt=*/false), member);
+    self->InsertValue(CMOXStringHolder::Retain(key), member);
   });
 }
 void Remove(MOXContainer dict, MOXStringAtom key) {

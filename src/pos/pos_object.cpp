@@ -30,10 +30,10 @@ CPOSObject::CPOSObject(MOXContainer container) : CMOXContainerRef(container), fP
   fProcs = MOXLookupProcTable(&gPOSObjectList, &MOXFetchSlots<POSObjectSlots::Slot>, container);
 }
 
-CPOSBorrowedObject::CPOSBorrowedObject(MOXContainer container) {
+CPOSObject::CPOSObject(MOXContainer container, BorrowTag) : fProcs(nullptr) {
   if (container == nullptr) MOXThrowInvalidContainer();
   fProcs = MOXLookupProcTable(&gPOSObjectList, &MOXFetchSlots<POSObjectSlots::Slot>, container);
-  fContainer = container;
+  Attach(container);
 }
 
 CPOSObject& CPOSObject::operator=(const CPOSObject& other) {
@@ -44,10 +44,9 @@ CPOSObject& CPOSObject::operator=(const CPOSObject& other) {
 
 CPOSObject& CPOSObject::operator=(CPOSObject&& other) noexcept {
   if (this != &other) {
-    MOXContainer old = fContainer;
-    fContainer = other.fContainer;
+    MOXContainer old = Detach();
+    Attach(other.Detach());
     fProcs = other.fProcs;
-    other.fContainer = nullptr;
     other.fProcs = nullptr;
     MOXContainerProcs::Release(old);
   }
@@ -55,28 +54,26 @@ CPOSObject& CPOSObject::operator=(CPOSObject&& other) noexcept {
 }
 
 void CPOSObject::Reset() noexcept {
-  MOXContainer old = fContainer;
-  fContainer = nullptr;
+  MOXContainer old = Detach();
   fProcs = nullptr;
   MOXContainerProcs::Release(old);
 }
 
 CPOSObject CPOSObject::Clone() const {
   MOXContainer copy =
-      fProcs == nullptr ? nullptr : MOXProcAt<POSObjectSlots::Clone>(fProcs)(fContainer);
+      fProcs == nullptr ? nullptr : MOXProcAt<POSObjectSlots::Clone>(fProcs)(Container());
   if (copy == nullptr) throw POSException("CPOSObject::Clone failed");
   return CPOSObject(copy);
 }
 
 bool CPOSObject::IsEqual(const CPOSObject& other) const {
   // An empty object has no table to ask; it equals only another empty one.
-  if (fProcs == nullptr) return other.fContainer == nullptr;
-  return MOXProcAt<POSObjectSlots::IsEqual>(fProcs)(fContainer, other.fContainer);
+  if (fProcs == nullptr) return other.IsEmpty();
+  return MOXProcAt<POSObjectSlots::IsEqual>(fProcs)(Container(), other.Container());
 }
 
 MOXContainer CPOSObject::GiveAway() noexcept {
-  MOXContainer container = fContainer;
-  fContainer = nullptr;
+  MOXContainer container = Detach();
   fProcs = nullptr;
   if (container != nullptr) MOXContainerProcs::DecrementWithoutDelete(container);
   return container;

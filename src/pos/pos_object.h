@@ -68,6 +68,21 @@ class CPOSObject : public CMOXContainerRef {
   MOXContainer GiveAway() noexcept;
 
   // The method table of the object's signature; null when empty.
+  void** Procs() const { return fProcs; }
+
+ protected:
+  // Borrows `container`: holds it and its method table without a reference
+  // of its own. A null container raises "invalid container".
+  struct BorrowTag {};
+  CPOSObject(MOXContainer container, BorrowTag);
+  // The end of a borrow: lets go of the container and the table with no call
+  // to the runtime.
+  void Forget() noexcept {
+    Detach();
+    fProcs = nullptr;
+  }
+
+ private:
   void** fProcs;
 };
 
@@ -77,11 +92,8 @@ class CPOSObject : public CMOXContainerRef {
 // looked up as for a CPOSObject.
 class CPOSBorrowedObject : public CPOSObject {
  public:
-  explicit CPOSBorrowedObject(MOXContainer container);
-  ~CPOSBorrowedObject() {
-    fContainer = nullptr;
-    fProcs = nullptr;
-  }
+  explicit CPOSBorrowedObject(MOXContainer container) : CPOSObject(container, BorrowTag()) {}
+  ~CPOSBorrowedObject() { Forget(); }
   CPOSBorrowedObject(const CPOSBorrowedObject&) = delete;
   CPOSBorrowedObject& operator=(const CPOSBorrowedObject&) = delete;
 };

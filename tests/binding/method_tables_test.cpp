@@ -61,7 +61,7 @@ class MethodTables : public StartedLibrary {
     CMOXStringHolder signature;
     if (interfaceName != nullptr) signature = CMOXStringHolder(interfaceName);
     handles_.emplace_back(MOXNewFullContainer(&instance_, name, &NoDestroy, signature));
-    return handles_.back().Get();
+    return handles_.back().Container();
   }
   void** Lookup(MOXContainer container) {
     return MOXLookupProcTable(&list_, &MOX_T_MT::MOXFetchSlots<TestWidgetSlots::Slot>, container);

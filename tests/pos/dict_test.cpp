@@ -182,7 +182,7 @@ TEST_F(Dicts, DeepGetReachesKeysAndSubscriptsAndMissesQuietly) {
   const MOX_T_MT::CPOSObject root = MOX_T_MT::CPOSObjectStatics::CreateFromText(
       "<a [<b 1>] () [10 11] (k]x) 2 x <() <y 3>> n 4>");
   auto at = [&](const char* address) -> std::string {
-    MOXContainer found = p.DeepGet(root.fContainer, address);
+    MOXContainer found = p.DeepGet(root.Container(), address);
     if (found == nullptr) return "null";
     if (p.posNumber.IsPOSNumber(found))
       return std::to_string(static_cast<int>(p.posNumber.Get(found)));
@@ -210,8 +210,8 @@ TEST_F(Dicts, DeepGetReachesKeysAndSubscriptsAndMissesQuietly) {
   }
   EXPECT_EQ(p.DeepGet(dict_, "[0]"), nullptr) << "no empty key";
   EXPECT_EQ(TakeReports(), Reports{}) << "every miss is quiet";
-  EXPECT_EQ(p.DeepGet(p.Get(root.fContainer, "n"), "a"), nullptr);
-  EXPECT_EQ(p.posDict.DeepGet(root.fContainer, nullptr), nullptr);
+  EXPECT_EQ(p.DeepGet(p.Get(root.Container(), "n"), "a"), nullptr);
+  EXPECT_EQ(p.posDict.DeepGet(root.Container(), nullptr), nullptr);
   EXPECT_EQ(TakeReports(), (Reports{"instance was not an POSDict", "null argument"}));
   moxhost::Runtime::Get().FailNthAllocation(1);
   EXPECT_EQ(at("a"), "null");

@@ -56,8 +56,8 @@ TEST_F(Values, EachClassHasItsOwnEquality) {
 TEST_F(Values, LeavesAreTheirOwnClonesAndKeepTheirOwnCopies) {
   CPOSNumber nan = CPOSNumber::New(std::numeric_limits<double>::quiet_NaN());
   EXPECT_FALSE(nan.IsEqual(nan)) << "NaN equals nothing, itself included";
-  EXPECT_EQ(p.posObject.Clone(nan.fContainer), nan.fContainer) << "immutable: its own clone";
-  EXPECT_EQ(p.RefCount(nan.fContainer), 1u);
+  EXPECT_EQ(p.posObject.Clone(nan.Container()), nan.Container()) << "immutable: its own clone";
+  EXPECT_EQ(p.RefCount(nan.Container()), 1u);
   EXPECT_EQ(CPOSString::New("text").Get(), CPOSString::New("text").Get())
       << "equal texts share one C string";
   uint16_t units[] = {0x41, 0xD800, 0};
@@ -82,11 +82,11 @@ TEST_F(Values, LeavesAreTheirOwnClonesAndKeepTheirOwnCopies) {
 TEST_F(Values, HolesStayHolesAndMatchOnlyHoles) {
   CPOSArray holed = CPOSArray::New();
   CPOSNumber member = CPOSNumber::New(1);
-  p.posArray.SetAt(holed.fContainer, 2, member.fContainer);
+  p.posArray.SetAt(holed.Container(), 2, member.Container());
   CPOSArray copy(holed.Clone());
   EXPECT_EQ(copy.Count(), 3u);
-  EXPECT_EQ(p.posArray.GetAt(copy.fContainer, 0), nullptr);
-  EXPECT_EQ(p.posArray.GetAt(copy.fContainer, 2), member.fContainer);
+  EXPECT_EQ(p.posArray.GetAt(copy.Container(), 0), nullptr);
+  EXPECT_EQ(p.posArray.GetAt(copy.Container(), 2), member.Container());
   EXPECT_TRUE(holed.IsEqual(copy));
   CPOSObject filled = Parse("[1 1 1]");
   EXPECT_FALSE(holed.IsEqual(filled));

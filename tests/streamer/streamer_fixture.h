@@ -69,13 +69,13 @@ class StreamerTest : public ::testing::Test {
 
   bool Serialize(const CMOXPositionableStreamRef& stream, const CPOSObject& object,
                  const char* version = nullptr) {
-    return NPOSStreamerImpl::POSStreamerEntries::Serialize(streamer_.Get(), stream.Get(),
-                                                           object.Get(), version);
+    return NPOSStreamerImpl::POSStreamerEntries::Serialize(
+        streamer_.Container(), stream.Container(), object.Container(), version);
   }
   // The object read from `stream`, or an empty one when the read failed.
   CPOSObject Deserialize(const CMOXPositionableStreamRef& stream) {
-    MOXContainer object =
-        NPOSStreamerImpl::POSStreamerEntries::Deserialize(streamer_.Get(), stream.Get());
+    MOXContainer object = NPOSStreamerImpl::POSStreamerEntries::Deserialize(streamer_.Container(),
+                                                                            stream.Container());
     return object != nullptr ? CPOSObject(object) : CPOSObject();
   }
   // The bytes that Serialize gives for `object`.
