@@ -147,31 +147,33 @@ class NotationWriter {
   }
 
   bool IsScalar(MOXContainer object) {
-    return procs_.isNumber(object) || procs_.isString(object) || procs_.isUnicode(object);
+    return procs_.posNumber.IsPOSNumber(object) || procs_.posString.IsPOSString(object) ||
+           procs_.posUnicodeString.IsPOSUnicodeString(object);
   }
 
   std::string ScalarToken(MOXContainer object) {
-    if (procs_.isNumber(object)) return NumberToken(procs_.numberGet(object));
-    if (procs_.isString(object)) return StringToken(procs_.stringGet(object), "a string");
-    return UnicodeToken(procs_.unicodeGet(object));
+    if (procs_.posNumber.IsPOSNumber(object)) return NumberToken(procs_.posNumber.Get(object));
+    if (procs_.posString.IsPOSString(object))
+      return StringToken(procs_.posString.Get(object), "a string");
+    return UnicodeToken(procs_.posUnicodeString.Get(object));
   }
 
   void Value(MOXContainer object, size_t depth) {
     if (IsScalar(object)) return Emit(ScalarToken(object));
-    if (procs_.isArray(object)) return Array(object, depth);
-    if (procs_.isDict(object)) return Dict(object, depth);
-    if (procs_.isBinData(object)) Refuse("binary data");
-    if (procs_.isRawPointer(object)) Refuse("a raw pointer");
+    if (procs_.posArray.IsPOSArray(object)) return Array(object, depth);
+    if (procs_.posDict.IsPOSDict(object)) return Dict(object, depth);
+    if (procs_.posBinData.IsPOSBinData(object)) Refuse("binary data");
+    if (procs_.posRawPointer.IsPOSRawPointer(object)) Refuse("a raw pointer");
     Refuse("an object of no known class");
   }
 
   void Array(MOXContainer array, size_t depth) {
-    const uint32_t count = procs_.arrayCount(array);
+    const uint32_t count = procs_.posArray.Count(array);
     if (count == 0) return Emit("[]");
     path_.PushIndex();
     auto member = [&](uint32_t i) {
       path_.SetIndex(i);
-      MOXContainer value = procs_.arrayGetAt(array, i);
+      MOXContainer value = procs_.posArray.GetAt(array, i);
       if (value == nullptr) Refuse("a hole");
       return value;
     };
@@ -204,20 +206,21 @@ class NotationWriter {
   }
 
   void Dict(MOXContainer dict, size_t depth) {
-    Ref iterator(procs_, procs_.newDictIterator(dict));
+    Ref iterator(procs_, procs_.posDictIterator.NewPOSDictIterator(dict));
     if (!iterator) Refuse("a dictionary the library can't iterate");
-    procs_.iteratorBegin(iterator.get());
-    if (procs_.iteratorIsDone(iterator.get())) return Emit("<>");
+    procs_.posDictIterator.Begin(iterator.get());
+    if (procs_.posDictIterator.IsDone(iterator.get())) return Emit("<>");
     Emit("<");
     path_.PushKey();
-    for (; !procs_.iteratorIsDone(iterator.get()); procs_.iteratorNext(iterator.get())) {
-      const char* key = procs_.iteratorKey(iterator.get());
+    for (; !procs_.posDictIterator.IsDone(iterator.get());
+         procs_.posDictIterator.Next(iterator.get())) {
+      const char* key = procs_.posDictIterator.CurKey(iterator.get());
       path_.SetKey(key);
       NewLine(depth + 1);
       Emit(StringToken(key, "a key"));
       Emit(" ");
       Atom keyAtom(procs_, key);
-      MOXContainer value = procs_.dictGet(dict, keyAtom.get());
+      MOXContainer value = procs_.posDict.Get(dict, keyAtom.get());
       if (value == nullptr) Refuse("a key without a value");
       Value(value, depth + 1);
     }

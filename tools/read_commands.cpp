@@ -41,15 +41,15 @@ Found Find(LibrarySession& session, const InputSource& input, const InputOptions
 std::string RawText(LibrarySession& session, MOXContainer value, const std::string& where,
                     const std::string& address) {
   const Procs& procs = session.procs();
-  if (procs.isString(value)) return Latin1ToUtf8(procs.stringGet(value));
-  if (procs.isUnicode(value)) {
+  if (procs.posString.IsPOSString(value)) return Latin1ToUtf8(procs.posString.Get(value));
+  if (procs.posUnicodeString.IsPOSUnicodeString(value)) {
     std::string utf8;
     size_t badUnit = 0;
-    if (Utf16ToUtf8(procs.unicodeGet(value), &utf8, &badUnit)) return utf8;
+    if (Utf16ToUtf8(procs.posUnicodeString.Get(value), &utf8, &badUnit)) return utf8;
     FailInput("posctl: error: " + where + ": the Unicode string at '" + Printable(address) +
               "' has an unpaired surrogate (unit " + std::to_string(badUnit) + ")");
   }
-  if (procs.isNumber(value)) {
+  if (procs.posNumber.IsPOSNumber(value)) {
     std::string text;
     WriteJson(
         session, value, [&text](std::string_view part) { text += part; },
@@ -92,14 +92,14 @@ int RunKeys(const InspectOptions& options) {
   InputSource input(options.input.file);
   Found found = Find(session, input, options.input, options.at);
   MOXContainer value = found.value.get();
-  if (procs.isDict(value)) {
-    Ref iterator(procs, procs.newDictIterator(value));
-    for (procs.iteratorBegin(iterator.get()); !procs.iteratorIsDone(iterator.get());
-         procs.iteratorNext(iterator.get())) {
-      PrintLine(procs.iteratorKey(iterator.get()));
+  if (procs.posDict.IsPOSDict(value)) {
+    Ref iterator(procs, procs.posDictIterator.NewPOSDictIterator(value));
+    for (procs.posDictIterator.Begin(iterator.get()); !procs.posDictIterator.IsDone(iterator.get());
+         procs.posDictIterator.Next(iterator.get())) {
+      PrintLine(procs.posDictIterator.CurKey(iterator.get()));
     }
-  } else if (procs.isArray(value)) {
-    const uint32_t count = procs.arrayCount(value);
+  } else if (procs.posArray.IsPOSArray(value)) {
+    const uint32_t count = procs.posArray.Count(value);
     for (uint32_t i = 0; i < count; ++i) PrintLine(std::to_string(i));
   } else {
     FailInput("posctl: error: " + input.name() + ": " +
@@ -116,16 +116,17 @@ int RunType(const InspectOptions& options) {
   Found found = Find(session, input, options.input, options.at);
   MOXContainer value = found.value.get();
   std::string line = DescribeObject(procs, value);
-  if (procs.isString(value)) {
-    const size_t length = std::char_traits<char>::length(procs.stringGet(value));
+  if (procs.posString.IsPOSString(value)) {
+    const size_t length = std::char_traits<char>::length(procs.posString.Get(value));
     line += " of " + std::to_string(length) + (length == 1 ? " byte" : " bytes");
-  } else if (procs.isUnicode(value)) {
-    const std::u16string_view units(reinterpret_cast<const char16_t*>(procs.unicodeGet(value)));
+  } else if (procs.posUnicodeString.IsPOSUnicodeString(value)) {
+    const std::u16string_view units(
+        reinterpret_cast<const char16_t*>(procs.posUnicodeString.Get(value)));
     line += " of " + std::to_string(units.size()) + (units.size() == 1 ? " unit" : " units");
-  } else if (procs.isBinData(value)) {
-    const uint64_t size = procs.binDataSize(value);
+  } else if (procs.posBinData.IsPOSBinData(value)) {
+    const uint64_t size = procs.posBinData.GetSize(value);
     line += " of " + std::to_string(size) + (size == 1 ? " byte" : " bytes") + ", type '" +
-            Printable(procs.binDataType(value)) + "'";
+            Printable(procs.posBinData.GetTypeName(value)) + "'";
   }
   PrintLine(line);
   return kExitOk;

@@ -25,7 +25,7 @@ struct OutputClient {
 
 template <typename Client>
 MOXErrorRef ClientError(void* client, const char* text) {
-  return static_cast<Client*>(client)->procs->newError(text, "posctl", 0, 0, 0);
+  return static_cast<Client*>(client)->procs->error.NewError(text, "posctl", 0, 0, 0);
 }
 
 MOXErrorRef InputRead(void* client, uint64_t* count, void* buffer, uint64_t size) {
@@ -120,7 +120,8 @@ RuntimeStream::RuntimeStream(LibrarySession& session, MOXContainer stream, std::
     Atom methodName(procs, methodText);
     Atom procTypeName(procs, procType);
     void* proc = nullptr;
-    Check(procs.getMethod(&proc, stream_.get(), methodName.get(), procTypeName.get(), true));
+    Check(procs.container.GetMethod(&proc, stream_.get(), methodName.get(), procTypeName.get(),
+                                    true));
     return proc;
   };
   read_ = reinterpret_cast<MOXSimpleStreamReadProc>(method("Read", "MOXSimpleStreamReadProc"));
@@ -135,9 +136,9 @@ RuntimeStream RuntimeStream::FromInput(LibrarySession& session, const InputSourc
   auto* client = new InputClient{&procs, &input};
   MOXContainer stream = nullptr;
   // The runtime owns the client from here on, also when the call fails.
-  MOXErrorRef error =
-      procs.newClientStream(&stream, client, InputRead, InputWrite, InputCopy, InputRewind,
-                            InputCopy, InputMark, InputSeek, InputRelease);
+  MOXErrorRef error = procs.streamFactory.NewClientPositionableStream(
+      &stream, client, InputRead, InputWrite, InputCopy, InputRewind, InputCopy, InputMark,
+      InputSeek, InputRelease);
   if (error != nullptr) {
     FailInput("posctl: error: the runtime made no stream for " + input.name() + ": " +
               session.TakeErrorText(error));
@@ -149,9 +150,9 @@ RuntimeStream RuntimeStream::ToOutput(LibrarySession& session, OutputFile& out) 
   const Procs& procs = session.procs();
   auto* client = new OutputClient{&procs, &out};
   MOXContainer stream = nullptr;
-  MOXErrorRef error =
-      procs.newClientStream(&stream, client, OutputRead, OutputWrite, OutputCopy, OutputRewind,
-                            OutputCopy, OutputMark, OutputSeek, OutputRelease);
+  MOXErrorRef error = procs.streamFactory.NewClientPositionableStream(
+      &stream, client, OutputRead, OutputWrite, OutputCopy, OutputRewind, OutputCopy, OutputMark,
+      OutputSeek, OutputRelease);
   if (error != nullptr) {
     FailInput("posctl: error: the runtime made no stream for " + out.name() + ": " +
               session.TakeErrorText(error));

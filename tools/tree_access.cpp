@@ -8,10 +8,10 @@ namespace {
 using Kind = AddressStep::Kind;
 
 size_t CountKeys(const Procs& procs, MOXContainer dict) {
-  Ref iterator(procs, procs.newDictIterator(dict));
+  Ref iterator(procs, procs.posDictIterator.NewPOSDictIterator(dict));
   size_t count = 0;
-  for (procs.iteratorBegin(iterator.get()); !procs.iteratorIsDone(iterator.get());
-       procs.iteratorNext(iterator.get())) {
+  for (procs.posDictIterator.Begin(iterator.get()); !procs.posDictIterator.IsDone(iterator.get());
+       procs.posDictIterator.Next(iterator.get())) {
     ++count;
   }
   return count;
@@ -24,27 +24,28 @@ std::string Counted(size_t count, const char* one, const char* many) {
 // DeepGet starts at a dictionary: any other top level stands under the
 // empty key of one, where an address that begins with a subscript finds it.
 Ref DeepGetRoot(const Procs& procs, MOXContainer top) {
-  if (procs.isDict(top)) return Ref(procs, top);
-  Ref root(procs, procs.newDict());
+  if (procs.posDict.IsPOSDict(top)) return Ref(procs, top);
+  Ref root(procs, procs.posDict.NewPOSDict());
   Atom emptyKey(procs, "");
-  procs.dictPut(root.get(), emptyKey.get(), top);
+  procs.posDict.Put(root.get(), emptyKey.get(), top);
   return root;
 }
 
 // The steps of `address` that apply to `top`: the empty key that begins a
 // DeepGet address is the top level itself when that is no dictionary.
 size_t FirstStep(const Procs& procs, MOXContainer top, const Address& address) {
-  const bool wrapped = !address.pointer && !procs.isDict(top) && !address.steps.empty() &&
-                       address.steps[0].kind == Kind::kKey && address.steps[0].text.empty();
+  const bool wrapped = !address.pointer && !procs.posDict.IsPOSDict(top) &&
+                       !address.steps.empty() && address.steps[0].kind == Kind::kKey &&
+                       address.steps[0].text.empty();
   return wrapped ? 1 : 0;
 }
 
 bool TakesKey(const Procs& procs, MOXContainer container, const AddressStep& step) {
-  return step.kind != Kind::kSubscript && procs.isDict(container);
+  return step.kind != Kind::kSubscript && procs.posDict.IsPOSDict(container);
 }
 
 bool TakesIndex(const Procs& procs, MOXContainer container, const AddressStep& step) {
-  return step.kind != Kind::kKey && procs.isArray(container);
+  return step.kind != Kind::kKey && procs.posArray.IsPOSArray(container);
 }
 
 // The index a step names in an array; "-" of a JSON Pointer is the end.
@@ -52,7 +53,7 @@ uint64_t IndexOf(const Procs& procs, MOXContainer array, const AddressStep& step
   uint64_t index = 0;
   if (step.kind == Kind::kToken && step.text == "-") {
     *valid = true;
-    return procs.arrayCount(array);
+    return procs.posArray.Count(array);
   }
   *valid = ParseIndex(step.text, step.kind == Kind::kToken, &index);
   return index;
@@ -61,12 +62,13 @@ uint64_t IndexOf(const Procs& procs, MOXContainer array, const AddressStep& step
 MOXContainer Child(const Procs& procs, MOXContainer container, const AddressStep& step) {
   if (TakesKey(procs, container, step)) {
     Atom key(procs, step.text.c_str());
-    return procs.dictGet(container, key.get());
+    return procs.posDict.Get(container, key.get());
   }
   if (TakesIndex(procs, container, step)) {
     bool valid = false;
     const uint64_t index = IndexOf(procs, container, step, &valid);
-    if (valid && index < procs.arrayCount(container)) return procs.arrayGetAt(container, index);
+    if (valid && index < procs.posArray.Count(container))
+      return procs.posArray.GetAt(container, index);
   }
   return nullptr;
 }
@@ -84,14 +86,14 @@ std::string NothingAt(const Procs& procs, const Address& address, size_t steps,
 }  // namespace
 
 std::string DescribeObject(const Procs& procs, MOXContainer object) {
-  if (procs.isNumber(object)) return "a number";
-  if (procs.isString(object)) return "a string";
-  if (procs.isUnicode(object)) return "a Unicode string";
-  if (procs.isBinData(object)) return "binary data";
-  if (procs.isRawPointer(object)) return "a raw pointer";
-  if (procs.isArray(object))
-    return "an array of " + Counted(procs.arrayCount(object), "member", "members");
-  if (procs.isDict(object))
+  if (procs.posNumber.IsPOSNumber(object)) return "a number";
+  if (procs.posString.IsPOSString(object)) return "a string";
+  if (procs.posUnicodeString.IsPOSUnicodeString(object)) return "a Unicode string";
+  if (procs.posBinData.IsPOSBinData(object)) return "binary data";
+  if (procs.posRawPointer.IsPOSRawPointer(object)) return "a raw pointer";
+  if (procs.posArray.IsPOSArray(object))
+    return "an array of " + Counted(procs.posArray.Count(object), "member", "members");
+  if (procs.posDict.IsPOSDict(object))
     return "a dictionary of " + Counted(CountKeys(procs, object), "key", "keys");
   return "an object of no known class";
 }
@@ -101,11 +103,11 @@ MOXContainer FindAt(const Procs& procs, MOXContainer top, const Address& address
   if (!address.pointer) {
     Ref root = DeepGetRoot(procs, top);
     Atom text(procs, address.text.c_str());
-    if (MOXContainer value = procs.dictDeepGet(root.get(), text.get())) return value;
+    if (MOXContainer value = procs.posDict.DeepGet(root.get(), text.get())) return value;
     // The longest part of the address that reaches something.
     for (size_t count = address.steps.size() - 1; count > 0; --count) {
       Atom prefix(procs, address.text.substr(0, address.steps[count - 1].end).c_str());
-      if (MOXContainer value = procs.dictDeepGet(root.get(), prefix.get())) {
+      if (MOXContainer value = procs.posDict.DeepGet(root.get(), prefix.get())) {
         if (count > FirstStep(procs, top, address)) {
           *why = Why(procs, address, count, value);
           return nullptr;
@@ -138,9 +140,9 @@ Ref SetAt(const Procs& procs, const Ref& top, const Address& address, const Ref&
     const AddressStep& step = address.steps[i];
     MOXContainer child = Child(procs, parent, step);
     if (child == nullptr && makeParents && TakesKey(procs, parent, step)) {
-      Ref made(procs, procs.newDict());
+      Ref made(procs, procs.posDict.NewPOSDict());
       Atom key(procs, step.text.c_str());
-      procs.dictPut(parent, key.get(), made.get());
+      procs.posDict.Put(parent, key.get(), made.get());
       child = made.get();
     }
     if (child == nullptr) {
@@ -153,19 +155,19 @@ Ref SetAt(const Procs& procs, const Ref& top, const Address& address, const Ref&
   const AddressStep& step = address.steps[last - 1];
   if (TakesKey(procs, parent, step)) {
     Atom key(procs, step.text.c_str());
-    procs.dictPut(parent, key.get(), value.get());
+    procs.posDict.Put(parent, key.get(), value.get());
     return top;
   }
   if (TakesIndex(procs, parent, step)) {
     bool valid = false;
     const uint64_t index = IndexOf(procs, parent, step, &valid);
-    const uint32_t count = procs.arrayCount(parent);
+    const uint32_t count = procs.posArray.Count(parent);
     if (valid && index < count) {
-      procs.arraySetAt(parent, index, value.get());
+      procs.posArray.SetAt(parent, index, value.get());
       return top;
     }
     if (valid && index == count) {
-      procs.arrayAppend(parent, value.get());
+      procs.posArray.Append(parent, value.get());
       return top;
     }
     const std::string array =
@@ -194,10 +196,10 @@ void DeleteAt(const Procs& procs, MOXContainer top, const Address& address,
   const AddressStep& step = address.steps[last - 1];
   if (TakesKey(procs, parent, step)) {
     Atom key(procs, step.text.c_str());
-    procs.dictRemove(parent, key.get());
+    procs.posDict.Remove(parent, key.get());
   } else {
     bool valid = false;
-    procs.arrayRemove(parent, IndexOf(procs, parent, step, &valid));
+    procs.posArray.Remove(parent, IndexOf(procs, parent, step, &valid));
   }
 }
 

@@ -13,7 +13,7 @@ constexpr uint64_t kLargestReadableInput = (uint64_t{1} << 31) - 1;
 
 Ref NewStreamer(LibrarySession& session) {
   const Procs& procs = session.procs();
-  Ref streamer(procs, procs.newStreamer());
+  Ref streamer(procs, procs.posStreamer.NewPOSStreamer());
   if (!streamer) FailInput("posctl: error: the library made no streamer");
   return streamer;
 }
@@ -70,7 +70,7 @@ Ref TypeAReader::Next() {
   lastStart_ = stream_.Position();
   session_.StartCollectingReports();
   const Procs& procs = session_.procs();
-  Ref object(procs, procs.deserialize(streamer_.get(), stream_.handle()));
+  Ref object(procs, procs.posStreamer.Deserialize(streamer_.get(), stream_.handle()));
   if (!object) {
     const TypeAFailure failure =
         ExplainTypeAFailure(session_.CollectedReports(), input_, static_cast<uint64_t>(lastStart_),
@@ -113,7 +113,7 @@ void WriteTypeA(LibrarySession& session, OutputFile& out, MOXContainer object) {
   Ref streamer = NewStreamer(session);
   RuntimeStream stream = RuntimeStream::ToOutput(session, out);
   session.StartCollectingReports();
-  if (!procs.serialize(streamer.get(), stream.handle(), object, nullptr)) {
+  if (!procs.posStreamer.Serialize(streamer.get(), stream.handle(), object, nullptr)) {
     if (out.failed()) out.ThrowFailure();
     const std::vector<std::string> reports = session.CollectedReports();
     FailInput("posctl: error: " + out.name() + ": the library could not write TypeA" +

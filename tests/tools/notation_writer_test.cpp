@@ -42,7 +42,7 @@ class TreeMaker {
         return Number();
       case 1:
       case 2:
-        return Ref(procs_, procs_.newString(Text().c_str()));
+        return Ref(procs_, procs_.posString.NewPOSString(Text().c_str()));
       case 3:
         return Unicode();
       case 4:
@@ -71,15 +71,17 @@ class TreeMaker {
     // 53 significant bits, from 2^52 up to 2^53.
     const double mantissa =
         static_cast<double>((random_() >> 11) | (uint64_t{1} << 52)) * (OneIn(2) ? 1 : -1);
-    if (OneIn(3)) return Ref(procs_, procs_.newNumber(static_cast<double>(Below(2001)) - 1000));
+    if (OneIn(3))
+      return Ref(procs_, procs_.posNumber.NewPOSNumber(static_cast<double>(Below(2001)) - 1000));
     if (OneIn(40)) {
       // Beyond 1e100 or below 1e-100: too many digits without an exponent.
       fits_ = false;
-      return Ref(procs_, procs_.newNumber(std::ldexp(mantissa, OneIn(2) ? 340 : -400)));
+      return Ref(procs_,
+                 procs_.posNumber.NewPOSNumber(std::ldexp(mantissa, OneIn(2) ? 340 : -400)));
     }
     // Between 1e-80 and 1e80 any double fits in 100 characters.
     const int exponent = static_cast<int>(Below(424)) - 318;
-    return Ref(procs_, procs_.newNumber(std::ldexp(mantissa, exponent)));
+    return Ref(procs_, procs_.posNumber.NewPOSNumber(std::ldexp(mantissa, exponent)));
   }
 
   Ref Unicode() {
@@ -87,28 +89,30 @@ class TreeMaker {
     if (length > 100) fits_ = false;
     std::u16string units;
     for (size_t i = 0; i < length; ++i) units += static_cast<char16_t>(1 + Below(0xFFFF));
-    return Ref(procs_, procs_.newUnicode(reinterpret_cast<const uint16_t*>(units.c_str())));
+    return Ref(procs_, procs_.posUnicodeString.NewPOSUnicodeString(
+                           reinterpret_cast<const uint16_t*>(units.c_str())));
   }
 
   Ref Unwritable() {
     fits_ = false;
-    return OneIn(2) ? Ref(procs_, procs_.newBinData("Blob", "\x01\x02", 2))
-                    : Ref(procs_, procs_.newNumber(OneIn(2) ? NAN : -INFINITY));
+    return OneIn(2) ? Ref(procs_, procs_.posBinData.NewPOSBinData("Blob", "\x01\x02", 2))
+                    : Ref(procs_, procs_.posNumber.NewPOSNumber(OneIn(2) ? NAN : -INFINITY));
   }
 
   Ref Array(int depth) {
-    Ref array(procs_, procs_.newArray());
-    for (size_t i = Below(7); i > 0; --i) procs_.arrayAppend(array.get(), Value(depth + 1).get());
+    Ref array(procs_, procs_.posArray.NewPOSArray());
+    for (size_t i = Below(7); i > 0; --i)
+      procs_.posArray.Append(array.get(), Value(depth + 1).get());
     return array;
   }
 
   Ref Dict(int depth) {
-    Ref dict(procs_, procs_.newDict());
+    Ref dict(procs_, procs_.posDict.NewPOSDict());
     for (size_t i = Below(7); i > 0; --i) {
       Atom key(procs_, Text().c_str());
       // A key given twice would drop the first value, and what it said.
-      if (procs_.dictGet(dict.get(), key.get()) != nullptr) continue;
-      procs_.dictPut(dict.get(), key.get(), Value(depth + 1).get());
+      if (procs_.posDict.Get(dict.get(), key.get()) != nullptr) continue;
+      procs_.posDict.Put(dict.get(), key.get(), Value(depth + 1).get());
     }
     return dict;
   }
@@ -137,9 +141,10 @@ TEST(NotationWriter, RandomTreesReadBackEqualOrAreRefusedWhenTheyDontFit) {
     }
     ASSERT_TRUE(fits) << "tree " << i << " has a value the notation can't hold:\n" << text;
     EXPECT_FALSE(ScanNotation(text, 100).hasError) << "tree " << i << ":\n" << text;
-    Ref back(procs, procs.createFromText(text.c_str(), nullptr));
+    Ref back(procs, procs.posStatics.CreateFromText(text.c_str(), nullptr));
     ASSERT_TRUE(back) << "tree " << i << " doesn't read back:\n" << text;
-    EXPECT_TRUE(procs.isEqual(tree.get(), back.get()) && procs.isEqual(back.get(), tree.get()))
+    EXPECT_TRUE(procs.posObject.IsEqual(tree.get(), back.get()) &&
+                procs.posObject.IsEqual(back.get(), tree.get()))
         << "tree " << i << " reads back different:\n"
         << text;
     ++written;
@@ -160,13 +165,13 @@ TEST(NotationWriter, NumbersAreTheShortestDigitsWithoutAnExponent) {
       {-273.15, "-273.15\n"},
   };
   for (const auto& [value, expected] : cases) {
-    Ref number(procs, procs.newNumber(value));
+    Ref number(procs, procs.posNumber.NewPOSNumber(value));
     std::string text;
     WriteNotation(
         procs, number.get(), [&text](std::string_view part) { text += part; }, "n");
     EXPECT_EQ(text, expected);
-    Ref back(procs, procs.createFromText(text.c_str(), nullptr));
-    EXPECT_EQ(std::signbit(procs.numberGet(back.get())), std::signbit(value)) << text;
+    Ref back(procs, procs.posStatics.CreateFromText(text.c_str(), nullptr));
+    EXPECT_EQ(std::signbit(procs.posNumber.Get(back.get())), std::signbit(value)) << text;
   }
 }
 
