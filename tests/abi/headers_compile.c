@@ -8,6 +8,7 @@
 #include "MOXUtils.h"
 #include "POSProcs.h"
 #include "POSStreamerProcs.h"
+#include "POSValidatorProcs.h"
 
 _Static_assert(sizeof(bool) == 1, "truth values cross as one byte");
 _Static_assert(sizeof(MOXPrimaryInstanceRecord) == 3 * sizeof(void*),

@@ -19,6 +19,7 @@
 #include "MOXRuntimeProcs.h"
 #include "POSProcs.h"
 #include "POSStreamerProcs.h"
+#include "POSValidatorProcs.h"
 
 // X(member, interface, method, ProcType); the proc-type name is the C type's.
 #define MOXHOST_COMPONENT_PROCS(X)                                                               \
@@ -70,6 +71,13 @@
   X(newStreamer, "POSStreamerInterface", "NewPOSStreamer", POSStreamerNewPOSStreamerProc)        \
   X(serialize, "POSStreamerInterface", "Serialize", POSStreamerSerializeProc)                    \
   X(deserialize, "POSStreamerInterface", "Deserialize", POSStreamerDeserializeProc)              \
+  X(newStructValidator, "POSStructValidatorInterface", "NewPOSStructValidator",                  \
+    POSStructValidatorNewStructValidatorProc)                                                    \
+  X(registerCallback, "POSStructValidatorInterface", "RegisterCallbackProc",                     \
+    POSStructValidatorRegisterCallbackProc)                                                      \
+  X(validateSchema, "POSStructValidatorInterface", "ValidateSchema",                             \
+    POSStructValidatorValidateSchemaProc)                                                        \
+  X(validate, "POSValidatorInterface", "Validate", POSValidatorValidateProc)                     \
   X(containerAddRef, "MOXContainerInterface", "AddRef", MOXAddRefContainerV2Proc)                \
   X(containerRelease, "MOXContainerInterface", "Release", MOXReleaseContainerProc)               \
   X(containerRefCountAddr, "MOXContainerInterface", "DebugGetRefCountAddr",                      \
@@ -85,6 +93,8 @@
   X(newError, "MOXErrorInterface", "NewError", MOXNewErrorProc)                                  \
   X(errorRelease, "MOXErrorInterface", "Release", MOXErrorReleaseProc)                           \
   X(errorMessage, "MOXErrorInterface", "GetErrorMessage", MOXErrorGetMessageProc)                \
+  X(sharedBufferText, "MOXSharedBuffInterface", "GetBuffer", MOXSharedBuffGetBufferProc)         \
+  X(sharedBufferSize, "MOXSharedBuffInterface", "GetSize", MOXSharedBuffGetSizeProc)             \
   X(newMemoryStream, "MOXStreamFactoryInterface", "NewPositionableMemoryStream",                 \
     MOXNewPositionableMemoryStreamProc)                                                          \
   X(newFileStream, "MOXStreamFactoryInterface", "NewPositionableFileStream",                     \

@@ -1,0 +1,105 @@
+// The container categories: the prefixes that say where a line came from,
+// the order of the lines, and counts that are not line counts.
+#include "validator/validator_fixture.h"
+
+namespace moxtest {
+namespace {
+
+TEST_F(ValidatorTest, ArraysCheckTheirLengthThenEachMemberInOrder) {
+  const WalkCase cases[] = {
+      {"< A < category array > >", "A", "x", 1, {"Array object expected"}},
+      {"< A < category array > >", "A", "[ x <> ]", 0, {}},
+      {"< A < category array minlen 2 maxlen 0 > >", "A", "[ 1 ]", 2,
+       {"Array length below mininum value 2", "Array length above maximum value"}},
+      // The length lines come first and don't stop the member checks.
+      {"< A < category array maxlen 2 membertype int > >", "A", "[ x 1 2 ]", 2,
+       {"Array length above maximum value", "[0]: Expected INT was of invalid type"}},
+      {"< A < category array minlen 5 membertype int > >", "A", "[ x ]", 2,
+       {"Array length below mininum value 5", "[0]: Expected INT was of invalid type"}},
+      {"< A < category array membertype B > B < category array membertype int > >", "A",
+       "[ [ 1 ] [ x 2 y ] ]", 2,
+       {"[1]: [0]: Expected INT was of invalid type", "[1]: [2]: Expected INT was of invalid type"}},
+      // A definition in place of a name is no reference: no member check.
+      {"< A < category array membertype < category int > > >", "A", "[ x ]", 0, {}},
+      // Heterogeneous: one name per member, or one line and no member check.
+      {"< A < category array membertype [ int string ] > >", "A", "[ 1 2 ]", 1,
+       {"[1]: Expected STRING was of invalid type"}},
+      {"< A < category array membertype [ int string ] > >", "A", "[ x 2 3 ]", 1,
+       {"Heterogenous array object size did not match type array size"}},
+      {"< A < category array membertype [] > >", "A", "[]", 0, {}},
+      {"< A < category array membertype [] > >", "A", "[ 1 ]", 1,
+       {"Heterogenous array object size did not match type array size"}},
+      {"< A < category array membertype [ int ] maxlen 0 > >", "A", "[ 1 ]", 1,
+       {"Array length above maximum value"}},
+      {"< A < category array membertype [ int 5 ] > >", "A", "[ 1 2 ]", -1,
+       {"downcast from CPOSObject to CPOSString failed"}},
+  };
+  for (const WalkCase& c : cases) EXPECT_WALK(c);
+}
+
+TEST_F(ValidatorTest, DictsCheckRequiredMembersFirstThenEachKeyInOrder) {
+  const WalkCase cases[] = {
+      {"< D < category dict > >", "D", "x", 1, {"Dict object expected"}},
+      {"< D < category dict > >", "D", "<>", 0, {}},
+      {"< D < category dict > >", "D", "< a 1 >", 1, {"Unknown member a"}},
+      // Missing members in key order, and nothing else is looked at.
+      {"< D < category dict required < b int a int > > >", "D", "< z x >", 2,
+       {"Missing required member a", "Missing required member b"}},
+      // Each step that names a member checks it, each with its own lines.
+      {"< D < category dict required < a int > optional < a string > > >", "D", "< a 1 >", 1,
+       {"a (optional, type != string): Expected STRING was of invalid type"}},
+      {"< D < category dict required < a int > > >", "D", "< a x >", 1,
+       {"a (required, type != int): Expected INT was of invalid type"}},
+      {"< D < category dict keytype K valuetype int > K < category string minlen 2 > >", "D",
+       "< a x bb 1 >", 2,
+       {"a (key, type != K): String length below mininum value 2",
+        "a (value, type != int): Expected INT was of invalid type"}},
+      // A value type alone doesn't make a member known.
+      {"< D < category dict valuetype int > >", "D", "< a x >", 2,
+       {"a (value, type != int): Expected INT was of invalid type", "Unknown member a"}},
+      {"< D < category dict valuetype int > >", "D", "< a 1 >", 1, {"Unknown member a"}},
+      {"< D < category dict optional < b int > > >", "D", "< c 1 b x a 1 >", 3,
+       {"Unknown member a", "b (optional, type != int): Expected INT was of invalid type",
+        "Unknown member c"}},
+      // Entries of another class count as absent.
+      {"< D < category dict optional < a 5 > > >", "D", "< a 1 >", 1, {"Unknown member a"}},
+      {"< D < category dict required [ a ] > >", "D", "<>", 0, {}},
+  };
+  for (const WalkCase& c : cases) EXPECT_WALK(c);
+}
+
+TEST_F(ValidatorTest, UnionsTakeTheFirstMemberThatFitsAndCountOneOtherwise) {
+  const char* const intersection =
+      "< I < category intersection set [ U int ] > U < category union set [ string real ] > >";
+  const WalkCase cases[] = {
+      // Success on the last member says nothing of the earlier ones.
+      {"< U < category union set [ int string ] > >", "U", "x", 0, {}},
+      {"< U < category union set [ int string ] > >", "U", "[]", 1,
+       {"Not a valid union type: Trying int: Expected INT was of invalid type",
+        "Not a valid union type: Trying string: Expected STRING was of invalid type"}},
+      {"< U < category union set [ int ] > >", "U", "x", 1,
+       {"Not a valid union type: Trying int: Expected INT was of invalid type"}},
+      // No member: a failure without a line.
+      {"< U < category union set [] > >", "U", "x", 1, {}},
+      {"< U < category union > >", "U", "x", 1, {}},
+      {"< U < category union set < a int > > >", "U", "x", 1, {}},
+      {"< U < category union set [ 5 ] > >", "U", "x", -1,
+       {"downcast from CPOSObject to CPOSString failed"}},
+      // Every member of an intersection is tried; a union inside counts one.
+      {"< I < category intersection set [ int P ] > P < category real min 5 > >", "I", "2.5", 2,
+       {"Failed intersection type int: INT was not a whole number",
+        "Failed intersection type P: Number below mininum value 5.000000"}},
+      {intersection, "I", "[]", 2,
+       {"Failed intersection type U: Not a valid union type: Trying string: Expected STRING was "
+        "of invalid type",
+        "Failed intersection type U: Not a valid union type: Trying real: Expected REAL was of "
+        "invalid type",
+        "Failed intersection type int: Expected INT was of invalid type"}},
+      {"< I < category intersection set [] > >", "I", "x", 0, {}},
+      {"< I < category intersection > >", "I", "@ptr", 0, {}},
+  };
+  for (const WalkCase& c : cases) EXPECT_WALK(c);
+}
+
+}  // namespace
+}  // namespace moxtest
