@@ -104,11 +104,13 @@ class ValidatorTest : public ::testing::Test {
     outcome.reports = TakeReports();
     return outcome;
   }
-  static Outcome Run(const std::string& schema, const std::string& type,
-                     const std::string& value) {
+  static Outcome Run(const std::string& schema, const std::string& type, const CPOSObject& value) {
     CPOSDict dict(Parse(schema));
     CMOXContainerRef validator(NPOSValidatorImpl::NewPOSStructValidatorEntry(dict.fContainer));
-    return Run(validator, dict, type, Parse(value));
+    return Run(validator, dict, type, value);
+  }
+  static Outcome Run(const std::string& schema, const std::string& type, const std::string& value) {
+    return Run(schema, type, Parse(value));
   }
 
   // The Validate entry with CollectLine as the error procedure.
@@ -124,9 +126,8 @@ class ValidatorTest : public ::testing::Test {
 
   // The ValidateSchema entry on the schema `text`; what it raised goes to
   // `raised`.
-  static Outcome ValidateSchema(const std::string& text, std::string* raised = nullptr) {
+  static Outcome ValidateSchema(const CPOSObject& schema, std::string* raised = nullptr) {
     Outcome outcome;
-    const CPOSObject schema = Parse(text);
     tLineSink = &outcome.lines;
     try {
       outcome.valid = NPOSValidatorImpl::ValidateSchemaEntry(schema.Get(), &CollectLine);
@@ -137,6 +138,9 @@ class ValidatorTest : public ::testing::Test {
     tLineSink = nullptr;
     outcome.reports = TakeReports();
     return outcome;
+  }
+  static Outcome ValidateSchema(const std::string& text, std::string* raised = nullptr) {
+    return ValidateSchema(Parse(text), raised);
   }
 
   // The reports since the last call, oldest first.
@@ -167,20 +171,20 @@ inline std::ostream& operator<<(std::ostream& os, const WalkCase& c) {
 
 // Checks one row: valid exactly when the count is 0; on failure the lines in
 // order, or the report of the exception that ended the walk.
-#define EXPECT_WALK(row)                                                  \
-  do {                                                                    \
-    const WalkCase& c_ = (row);                                           \
-    SCOPED_TRACE(::testing::PrintToString(c_));                           \
-    const Outcome o_ = Run(c_.schema, c_.type, c_.value);                 \
-    EXPECT_EQ(o_.count, c_.count) << o_;                                  \
-    EXPECT_EQ(o_.valid, c_.count == 0) << o_;                             \
-    if (c_.count >= 0) {                                                  \
-      EXPECT_EQ(o_.lines, c_.lines) << o_;                                \
-      EXPECT_EQ(o_.reports, Lines{}) << o_;                               \
-    } else {                                                              \
-      EXPECT_EQ(o_.lines, Lines{}) << o_;                                 \
-      EXPECT_EQ(o_.reports, c_.lines) << o_;                              \
-    }                                                                     \
+#define EXPECT_WALK(row)                                  \
+  do {                                                    \
+    const WalkCase& c_ = (row);                           \
+    SCOPED_TRACE(::testing::PrintToString(c_));           \
+    const Outcome o_ = Run(c_.schema, c_.type, c_.value); \
+    EXPECT_EQ(o_.count, c_.count) << o_;                  \
+    EXPECT_EQ(o_.valid, c_.count == 0) << o_;             \
+    if (c_.count >= 0) {                                  \
+      EXPECT_EQ(o_.lines, c_.lines) << o_;                \
+      EXPECT_EQ(o_.reports, Lines{}) << o_;               \
+    } else {                                              \
+      EXPECT_EQ(o_.lines, Lines{}) << o_;                 \
+      EXPECT_EQ(o_.reports, c_.lines) << o_;              \
+    }                                                     \
   } while (0)
 
 }  // namespace moxtest

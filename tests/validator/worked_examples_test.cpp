@@ -17,10 +17,16 @@ const char kList[] =
 
 TEST_F(ValidatorTest, WorkedExamplesGiveTheirLinesInOrder) {
   const WalkCase cases[] = {
-      {kPoint, "Point", "< x 1 y 12 z 3 >", 2,
+      {kPoint,
+       "Point",
+       "< x 1 y 12 z 3 >",
+       2,
        {"y (optional, type != Small): Number above maximum value 9.000000", "Unknown member z"}},
       {kPoint, "Point", "< x 1 y 9 >", 0, {}},
-      {kList, "List", "[ 5 a ]", 1,
+      {kList,
+       "List",
+       "[ 5 a ]",
+       1,
        {"[1]: Not a valid union type: Trying int: Expected INT was of invalid type",
         "[1]: Not a valid union type: Trying Name: String length below mininum value 2"}},
       {kList, "List", "[ 5 ab ]", 0, {}},
