@@ -45,18 +45,18 @@ class BaseValidator : public MOX_T_MT::CMOXClientBase {
 // keys up without making atoms. X(member, text).
 #define MOX_VALIDATOR_KEYWORDS(X)                                                                  \
   X(fAny, "any")                                                                                   \
-  X(fBool, "bool") X(fInt, "int") X(fReal, "real") X(fString, "string")                            \
-      X(fUnicodeString, "unicodestring") X(fBinData, "bindata")                                    \
-          X(fMOXErrorObjRef, "moxerrorobjref") X(fCTBaseObjRef, "ctbaseobjref")                    \
-              X(fMOXObjRef, "moxobjref") X(fRawPtr, "rawptr") X(fCategory, "category")             \
-                  X(fCustom, "custom") X(fDict, "dict") X(fArray, "array") X(fUnion, "union")      \
-                      X(fIntersection, "intersection") X(fTrue, "true") X(fFalse, "false")         \
-                          X(fSet, "set") X(fRequired, "required") X(fOptional, "optional")         \
-                              X(fMin, "min") X(fMinExcl, "minexcl") X(fMax, "max")                 \
-                                  X(fMaxExcl, "maxexcl") X(fMinLen, "minlen") X(fMaxLen, "maxlen") \
-                                      X(fIllegalChars, "illegalchars") X(fOneOf, "oneof")          \
-                                          X(fMemberType, "membertype") X(fValueType, "valuetype")  \
-                                              X(fKeyType, "keytype")
+  X(fBool, "bool")                                                                                 \
+  X(fInt, "int") X(fReal, "real") X(fString, "string") X(fUnicodeString, "unicodestring")          \
+      X(fBinData, "bindata") X(fMOXErrorObjRef, "moxerrorobjref") X(fCTBaseObjRef, "ctbaseobjref") \
+          X(fMOXObjRef, "moxobjref") X(fRawPtr, "rawptr") X(fCategory, "category")                 \
+              X(fCustom, "custom") X(fDict, "dict") X(fArray, "array") X(fUnion, "union")          \
+                  X(fIntersection, "intersection") X(fTrue, "true") X(fFalse, "false")             \
+                      X(fSet, "set") X(fRequired, "required") X(fOptional, "optional")             \
+                          X(fMin, "min") X(fMinExcl, "minexcl") X(fMax, "max")                     \
+                              X(fMaxExcl, "maxexcl") X(fMinLen, "minlen") X(fMaxLen, "maxlen")     \
+                                  X(fIllegalChars, "illegalchars") X(fOneOf, "oneof")              \
+                                      X(fMemberType, "membertype") X(fValueType, "valuetype")      \
+                                          X(fKeyType, "keytype")
 
 // What CheckBuiltinType found.
 enum BuiltinResult : int32_t { kNotBuiltin = 0, kBuiltinValid = 1, kBuiltinInvalid = 2 };
@@ -104,6 +104,11 @@ class StructValidator : public BaseValidator {
   int32_t CheckDefinedType(const CPOSDict& schema, const CMOXStringHolder& typeName,
                            const CPOSObject& value, const CPOSArray& errors) const;
 
+  // For tests: the registered callbacks, and the list that every validator
+  // keeps and no call uses.
+  const CallbackMap& Callbacks() const { return fCallbacks; }
+  const CPOSArray& KeptErrors() const { return fErrors; }
+
  private:
   // The parts of CheckDefinedType, each with the definition in hand.
   int32_t CheckNumberLimits(const CPOSDict& definition, const CPOSObject& value,
@@ -128,12 +133,6 @@ class StructValidator : public BaseValidator {
   // Appends a line of fixed text.
   static void AppendLine(const CPOSArray& errors, const char* text);
 
-  // For tests: the registered callbacks, and the list that every validator
-  // keeps and no call uses.
-  const CallbackMap& Callbacks() const { return fCallbacks; }
-  const CPOSArray& KeptErrors() const { return fErrors; }
-
- private:
   // Kept from construction to destruction and never read: every call
   // gathers its lines in a list of its own.
   CPOSArray fErrors;
