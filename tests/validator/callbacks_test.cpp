@@ -184,25 +184,23 @@ TEST_F(Callbacks, ManyNamesKeepOneNodeEach) {
     std::shuffle(names.begin(), names.end(), random);
     for (const std::string& name : names) Register(name.c_str(), &check);
   }
+  using Node = NPOSValidatorImpl::CallbackNode;
   const NPOSValidatorImpl::CallbackMap& map =
       StructValidator::TryFromContainer(validator_.Get())->Callbacks();
   Lines inOrder;
   bool shapeHolds = map.root->colour == 1;
+  auto red = [](const Node* node) { return node != nullptr && node->colour == 0; };
   // Returns the black height; checks links, order and colours on the way.
-  std::function<int(const NPOSValidatorImpl::CallbackNode*, const NPOSValidatorImpl::CallbackNode*)>
-      walk = [&](const NPOSValidatorImpl::CallbackNode* node,
-                 const NPOSValidatorImpl::CallbackNode* parent) {
-        if (node == nullptr) return 1;
-        const bool red = node->colour == 0;
-        shapeHolds &= node->parent == parent && node->clientData == &checks.back();
-        shapeHolds &= !(red && ((node->left && node->left->colour == 0) ||
-                                (node->right && node->right->colour == 0)));
-        const int left = walk(node->left, node);
-        inOrder.push_back(node->name.fCString);
-        const int right = walk(node->right, node);
-        shapeHolds &= left == right;
-        return left + (red ? 0 : 1);
-      };
+  std::function<int(const Node*, const Node*)> walk = [&](const Node* node, const Node* parent) {
+    if (node == nullptr) return 1;
+    shapeHolds &= node->parent == parent && node->clientData == &checks.back();
+    shapeHolds &= !(red(node) && (red(node->left) || red(node->right)));
+    const int left = walk(node->left, node);
+    inOrder.push_back(node->name.fCString);
+    const int right = walk(node->right, node);
+    shapeHolds &= left == right;
+    return left + (red(node) ? 0 : 1);
+  };
   walk(map.root, nullptr);
   std::sort(names.begin(), names.end());
   EXPECT_EQ(inOrder, names);

@@ -46,6 +46,34 @@ inline std::ostream& operator<<(std::ostream& os, const Outcome& o) {
   return os;
 }
 
+// One walk of a table: the schema, the type name and the value in the
+// notation, and what must come of it: the count, and the lines, each ended
+// by a line feed but the last. A count of -1 means that the walk raises, and
+// then `lines` is what MOXReportError gets instead.
+struct WalkCase {
+  const char* schema;
+  const char* type;
+  const char* value;
+  int32_t count;
+  const char* lines;
+};
+
+// "a\nb" as {"a", "b"}; "" as no line at all.
+inline Lines SplitLines(const std::string& text) {
+  Lines lines;
+  for (size_t start = 0; !text.empty();) {
+    const size_t end = text.find('\n', start);
+    lines.push_back(text.substr(start, end - start));
+    if (end == std::string::npos) break;
+    start = end + 1;
+  }
+  return lines;
+}
+
+inline std::ostream& operator<<(std::ostream& os, const WalkCase& c) {
+  return os << c.schema << " " << c.type << " on " << c.value;
+}
+
 class ValidatorTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -65,17 +93,24 @@ class ValidatorTest : public ::testing::Test {
     EXPECT_EQ(CountsDiff(before_, moxhost::Runtime::Get().Counts()), "");
   }
 
-  // The object of `text` in the notation. What the notation can't write:
-  // "@ptr" is a raw pointer, "@nan" a NaN, "@bin:TYPE:SIZE" a block of SIZE
-  // bytes.
+  // The object of `text` in the notation, or what the notation can't write:
+  // "@empty" no object, "@ptr" a raw pointer, "@nan" a NaN, "@hole" an array
+  // whose first member is a hole, "@bin:TYPE:SIZE" a block of SIZE bytes.
   static CPOSObject Parse(const std::string& text) {
+    if (text == "@empty") return CPOSObject();
     if (text == "@ptr") return CPOSRawPointer::New(const_cast<char*>("p"), nullptr);
     if (text == "@nan") return CPOSNumber::New(std::nan(""));
+    if (text == "@hole") {
+      CPOSArray array = CPOSArray::New();
+      reinterpret_cast<POSArraySetAtProc>(
+          moxhost::Runtime::LookupProc()("POSArrayInterface", "SetAt", "POSArraySetAtProc"))(
+          array.fContainer, 1, CPOSNumber::New(1).fContainer);
+      return array;
+    }
     if (text.rfind("@bin:", 0) == 0) {
       const size_t colon = text.rfind(':');
-      const std::string type = text.substr(5, colon - 5);
       const std::string bytes(std::strtoul(text.c_str() + colon + 1, nullptr, 10), 'b');
-      return CPOSBinData::New(type.c_str(), bytes.data(), bytes.size());
+      return CPOSBinData::New(text.substr(5, colon - 5).c_str(), bytes.data(), bytes.size());
     }
     CPOSObject object = CPOSObjectStatics::CreateFromText(text.c_str());
     EXPECT_FALSE(object.IsEmpty()) << "not well formed: " << text;
@@ -87,30 +122,51 @@ class ValidatorTest : public ::testing::Test {
     return CMOXContainerRef(NPOSValidatorImpl::NewPOSStructValidatorEntry(Parse(text).Get()));
   }
 
-  // Walks `value` against `type`: once through CheckType with a list of its
-  // own for the count, once through the Validate entry for the lines.
-  static Outcome Run(const CMOXContainerRef& validator, const CPOSDict& schema,
-                     const std::string& type, const CPOSObject& value) {
-    Outcome outcome;
-    StructValidator* instance = StructValidator::TryFromContainer(validator.Get());
+  // Walks `value` against `type`: once through CheckType for the count, once
+  // through the Validate entry for the lines and reports (an empty value,
+  // which the entry refuses, goes to the validator itself).
+  static Outcome Run(const std::string& schema, const std::string& type, const CPOSObject& value) {
+    const CPOSDict dict(Parse(schema));
+    const CMOXContainerRef validator(
+        NPOSValidatorImpl::NewPOSStructValidatorEntry(dict.fContainer));
+    const CMOXStringHolder name(type.c_str());
+    const StructValidator* instance = StructValidator::TryFromContainer(validator.Get());
+    Outcome o;
     try {
-      outcome.count =
-          instance->CheckType(schema, CMOXStringHolder(type.c_str()), value, CPOSArray::New());
+      o.count = instance->CheckType(dict, name, value, CPOSArray::New());
     } catch (const std::exception&) {
-      outcome.count = -1;
+      o.count = -1;
     }
     TakeReports();
-    outcome.valid = Validate(validator, type, value, &outcome.lines);
-    outcome.reports = TakeReports();
-    return outcome;
-  }
-  static Outcome Run(const std::string& schema, const std::string& type, const CPOSObject& value) {
-    CPOSDict dict(Parse(schema));
-    CMOXContainerRef validator(NPOSValidatorImpl::NewPOSStructValidatorEntry(dict.fContainer));
-    return Run(validator, dict, type, value);
+    if (value.IsEmpty()) {
+      tLineSink = &o.lines;
+      o.valid = instance->Validate(value, name, &CollectLine);
+      tLineSink = nullptr;
+    } else {
+      o.valid = Validate(validator, type, value, &o.lines);
+    }
+    o.reports = TakeReports();
+    return o;
   }
   static Outcome Run(const std::string& schema, const std::string& type, const std::string& value) {
     return Run(schema, type, Parse(value));
+  }
+
+  // Checks each row: valid exactly when the count is 0; on failure the lines
+  // in order, or the report of the exception that ended the walk.
+  static void ExpectWalks(const WalkCase* cases, size_t count) {
+    for (const WalkCase& c : std::vector<WalkCase>(cases, cases + count)) {
+      SCOPED_TRACE(::testing::PrintToString(c));
+      const Outcome o = Run(c.schema, c.type, c.value);
+      EXPECT_EQ(o.count, c.count) << o;
+      EXPECT_EQ(o.valid, c.count == 0) << o;
+      EXPECT_EQ(o.lines, c.count >= 0 ? SplitLines(c.lines) : Lines{}) << o;
+      EXPECT_EQ(o.reports, c.count >= 0 ? Lines{} : SplitLines(c.lines)) << o;
+    }
+  }
+  template <size_t N>
+  static void ExpectWalks(const WalkCase (&cases)[N]) {
+    ExpectWalks(cases, N);
   }
 
   // The Validate entry with CollectLine as the error procedure.
@@ -153,39 +209,6 @@ class ValidatorTest : public ::testing::Test {
   moxhost::LiveCounts before_;
   moxhost::LiveCounts started_;
 };
-
-// One walk of a table: the schema, the type name and the value in the
-// notation, and what must come of it. A count of -1 means that the walk
-// raises, and then `lines` holds what MOXReportError gets instead.
-struct WalkCase {
-  const char* schema;
-  const char* type;
-  const char* value;
-  int32_t count;
-  Lines lines;
-};
-
-inline std::ostream& operator<<(std::ostream& os, const WalkCase& c) {
-  return os << c.schema << " " << c.type << " on " << c.value;
-}
-
-// Checks one row: valid exactly when the count is 0; on failure the lines in
-// order, or the report of the exception that ended the walk.
-#define EXPECT_WALK(row)                                  \
-  do {                                                    \
-    const WalkCase& c_ = (row);                           \
-    SCOPED_TRACE(::testing::PrintToString(c_));           \
-    const Outcome o_ = Run(c_.schema, c_.type, c_.value); \
-    EXPECT_EQ(o_.count, c_.count) << o_;                  \
-    EXPECT_EQ(o_.valid, c_.count == 0) << o_;             \
-    if (c_.count >= 0) {                                  \
-      EXPECT_EQ(o_.lines, c_.lines) << o_;                \
-      EXPECT_EQ(o_.reports, Lines{}) << o_;               \
-    } else {                                              \
-      EXPECT_EQ(o_.lines, Lines{}) << o_;                 \
-      EXPECT_EQ(o_.reports, c_.lines) << o_;              \
-    }                                                     \
-  } while (0)
 
 }  // namespace moxtest
 
