@@ -127,6 +127,13 @@ TEST_F(ValidatorTest, SchemaCheckFailuresLeaveThroughItsEntry) {
   EXPECT_EQ(ValidateSchema("5", &raised).count, -1);
   EXPECT_EQ(raised, "invalid container");
   EXPECT_EQ(TakeReports(), Lines{});
+  // The meta-schema is parsed anew at each check, and may fail to parse.
+  const CPOSObject schema = Parse("< A < category int > >");
+  moxhost::Runtime::Get().FailNthAllocation(1);
+  EXPECT_EQ(ValidateSchema(schema, &raised).count, -1);
+  EXPECT_EQ(raised, "CreateFromText failed");
+  moxhost::Runtime::Get().ClearFaults();
+  EXPECT_TRUE(ValidateSchema(schema).valid);
   // A name of 990 characters fits the callback's buffer, but not the line
   // that the prefixes make of it.
   auto arrayOf = [](const std::string& memberType) {
