@@ -109,8 +109,8 @@ int32_t StructValidator::CheckCallback(const CMOXStringHolder& typeName, const C
   if (node != nullptr && node->proc != nullptr &&
       node->proc(value.Get(), typeName.fAtom, text.fBuffer, node->clientData) == 0) {
     // A callback that filled the whole buffer still gives a terminated line.
-    address[CallbackTextBuffer::kCallbackTextSize - 1] = 0;
-    errors.Append(CPOSString::New(address));
+    if (address != nullptr) address[CallbackTextBuffer::kCallbackTextSize - 1] = 0;
+    errors.Append(CPOSString::New(address != nullptr ? address : ""));
     ++count;
   }
   return count;

@@ -1,7 +1,8 @@
 // The validator objects. A StructValidator walks a value against one named
-// type of its schema and gathers one line per fault; the walk itself lives in
-// check_type.cpp (names, scalars and callbacks) and check_containers.cpp
-// (arrays, dictionaries, unions and intersections).
+// type of its schema and gathers one line per fault. The walk is spread over
+// struct_validator.cpp (CheckType and the callback step), check_scalars.cpp
+// (names, categories, scalar limits) and check_containers.cpp (arrays,
+// dictionaries, unions and intersections).
 //
 // Like the streamer, the validator is a client of the object model: it reads
 // schemas and values and makes its lines only through the registered
@@ -43,20 +44,40 @@ class BaseValidator : public MOX_T_MT::CMOXClientBase {
 // The keywords of the schema language, one atom each, made in this order when
 // a validator is built, so that a walk compares names by pointer and looks
 // keys up without making atoms. X(member, text).
-#define MOX_VALIDATOR_KEYWORDS(X)                                                                  \
-  X(fAny, "any")                                                                                   \
-  X(fBool, "bool")                                                                                 \
-  X(fInt, "int") X(fReal, "real") X(fString, "string") X(fUnicodeString, "unicodestring")          \
-      X(fBinData, "bindata") X(fMOXErrorObjRef, "moxerrorobjref") X(fCTBaseObjRef, "ctbaseobjref") \
-          X(fMOXObjRef, "moxobjref") X(fRawPtr, "rawptr") X(fCategory, "category")                 \
-              X(fCustom, "custom") X(fDict, "dict") X(fArray, "array") X(fUnion, "union")          \
-                  X(fIntersection, "intersection") X(fTrue, "true") X(fFalse, "false")             \
-                      X(fSet, "set") X(fRequired, "required") X(fOptional, "optional")             \
-                          X(fMin, "min") X(fMinExcl, "minexcl") X(fMax, "max")                     \
-                              X(fMaxExcl, "maxexcl") X(fMinLen, "minlen") X(fMaxLen, "maxlen")     \
-                                  X(fIllegalChars, "illegalchars") X(fOneOf, "oneof")              \
-                                      X(fMemberType, "membertype") X(fValueType, "valuetype")      \
-                                          X(fKeyType, "keytype")
+#define MOX_VALIDATOR_KEYWORDS(X)      \
+  X(fAny, "any")                       \
+  X(fBool, "bool")                     \
+  X(fInt, "int")                       \
+  X(fReal, "real")                     \
+  X(fString, "string")                 \
+  X(fUnicodeString, "unicodestring")   \
+  X(fBinData, "bindata")               \
+  X(fMOXErrorObjRef, "moxerrorobjref") \
+  X(fCTBaseObjRef, "ctbaseobjref")     \
+  X(fMOXObjRef, "moxobjref")           \
+  X(fRawPtr, "rawptr")                 \
+  X(fCategory, "category")             \
+  X(fCustom, "custom")                 \
+  X(fDict, "dict")                     \
+  X(fArray, "array")                   \
+  X(fUnion, "union")                   \
+  X(fIntersection, "intersection")     \
+  X(fTrue, "true")                     \
+  X(fFalse, "false")                   \
+  X(fSet, "set")                       \
+  X(fRequired, "required")             \
+  X(fOptional, "optional")             \
+  X(fMin, "min")                       \
+  X(fMinExcl, "minexcl")               \
+  X(fMax, "max")                       \
+  X(fMaxExcl, "maxexcl")               \
+  X(fMinLen, "minlen")                 \
+  X(fMaxLen, "maxlen")                 \
+  X(fIllegalChars, "illegalchars")     \
+  X(fOneOf, "oneof")                   \
+  X(fMemberType, "membertype")         \
+  X(fValueType, "valuetype")           \
+  X(fKeyType, "keytype")
 
 // What CheckBuiltinType found.
 enum BuiltinResult : int32_t { kNotBuiltin = 0, kBuiltinValid = 1, kBuiltinInvalid = 2 };

@@ -1,6 +1,7 @@
 // Client checks of named types, and how lines reach the error procedure.
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <random>
 #include <stdexcept>
@@ -47,9 +48,11 @@ uint32_t RunCheck(MOXContainer value, MOXStringAtom typeName, MOXSharedBuff buff
   if (tLineSink != nullptr) check.linesAtCall = std::max(check.linesAtCall, tLineSink->size());
   if (check.raise) throw std::runtime_error("check failed to run");
   if (described != check.reject) return 2;  // any non-zero accepts
-  if (check.text != nullptr) {
-    std::snprintf(static_cast<char*>(MOXSharedBuffProcs::GetBuffer(buffer)),
-                  MOXSharedBuffProcs::GetSize(buffer), "%s", check.text);
+  char* text = static_cast<char*>(MOXSharedBuffProcs::GetBuffer(buffer));
+  if (check.text != nullptr && std::string(check.text) == "@fill") {
+    std::memset(text, 'x', MOXSharedBuffProcs::GetSize(buffer));  // and no terminator
+  } else if (check.text != nullptr) {
+    std::snprintf(text, MOXSharedBuffProcs::GetSize(buffer), "%s", check.text);
   }
   return 0;
 }
@@ -125,6 +128,7 @@ TEST_F(Callbacks, ARejectionIsALineUnderTheOuterPrefixes) {
        {"y (optional, type != Small): small three"}},
       {"Point", "< x 1 y 3 >", ClientCheck("3"), "Small", {"y (optional, type != Small): "}},
       {"List", "[ 1 ]", ClientCheck("1", "one"), "int", {"valid"}},
+      {"Name", "bc", ClientCheck("bc", "@fill"), "Name", {std::string(1023, 'x')}},
   };
   for (auto c : cases) {
     SCOPED_TRACE(c.value);
