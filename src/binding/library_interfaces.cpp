@@ -11,16 +11,11 @@ namespace {
 // Registered at start, in this order; the first refusal ends the start.
 const MOXServerInterface* const kRegisterOrder[] = {
     // The POS object model, "POSObjectInterface" first.
-    &gPOSObjectServerInterface,
-    &gPOSObjectStaticsServerInterface,
-    &gPOSNumberServerInterface,
-    &gPOSStringServerInterface,
-    &gPOSUnicodeStringServerInterface,
-    &gPOSBinDataServerInterface,
-    &gPOSRawPointerServerInterface,
-    &gPOSArrayServerInterface,
-    &gPOSDictServerInterface,
-    &gPOSDictIteratorServerInterface,
+    &gPOSObjectServerInterface,        &gPOSObjectStaticsServerInterface,
+    &gPOSNumberServerInterface,        &gPOSStringServerInterface,
+    &gPOSUnicodeStringServerInterface, &gPOSBinDataServerInterface,
+    &gPOSRawPointerServerInterface,    &gPOSArrayServerInterface,
+    &gPOSDictServerInterface,          &gPOSDictIteratorServerInterface,
     // The streamer, a client of the object model.
     &NPOSStreamerImpl::kPOSStreamerServerInterface,
     // The validator, another client: "POSValidatorInterface" first.
@@ -32,20 +27,13 @@ constexpr size_t kRegisterCount = sizeof(kRegisterOrder) / sizeof(kRegisterOrder
 // Unregistered at stop, in this order.
 const char* const kUnregisterOrder[] = {
     // The validator, "POSStructValidatorInterface" first.
-    "POSStructValidatorInterface",
-    "POSValidatorInterface",
+    "POSStructValidatorInterface", "POSValidatorInterface",
     // The streamer, before the object model it uses.
     "POSStreamerInterface",
     // The POS object model, in the order of its registration.
-    "POSObjectInterface",
-    "POSObjectStatics",
-    "POSNumberInterface",
-    "POSStringInterface",
-    "POSUnicodeStringInterface",
-    "POSBinDataInterface",
-    "POSRawPointerInterface",
-    "POSArrayInterface",
-    "POSDictInterface",
+    "POSObjectInterface",       "POSObjectStatics",          "POSNumberInterface",
+    "POSStringInterface",       "POSUnicodeStringInterface", "POSBinDataInterface",
+    "POSRawPointerInterface",   "POSArrayInterface",         "POSDictInterface",
     "POSDictIteratorInterface",
 };
 constexpr size_t kUnregisterCount = sizeof(kUnregisterOrder) / sizeof(kUnregisterOrder[0]);
