@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace moxbench {
 

@@ -3,7 +3,7 @@
 #ifndef MOXUTILS_BENCH_BENCH_SESSION_H_
 #define MOXUTILS_BENCH_BENCH_SESSION_H_
 
-#include "moxhost/ComponentProcs.h"
+#include "moxhost/component_procs.h"
 
 namespace moxbench {
 
@@ -17,7 +17,7 @@ void EndSession();
 
 // Takes a reference to an unowned result, as a component that keeps it does.
 inline MOXContainer Keep(MOXContainer object) {
-  Session().containerAddRef(object);
+  Session().container.AddRef(object);
   return object;
 }
 

@@ -7,7 +7,7 @@
 #include "binding/container_ref.h"
 #include "binding/method_tables.h"
 #include "binding/string_holder.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace {
 
@@ -43,13 +43,13 @@ Started& Library() {
 
 void BM_FindInstanceByRecord(benchmark::State& state) {
   Started& s = Library();
-  for (auto _ : state) benchmark::DoNotOptimize(MOXFindInstance(s.container.Get(), s.name));
+  for (auto _ : state) benchmark::DoNotOptimize(MOXFindInstance(s.container.Container(), s.name));
 }
 BENCHMARK(BM_FindInstanceByRecord);
 
 void BM_FindInstanceThroughRuntime(benchmark::State& state) {
   Started& s = Library();
-  for (auto _ : state) benchmark::DoNotOptimize(MOXNGetInstance(s.container.Get(), s.name));
+  for (auto _ : state) benchmark::DoNotOptimize(MOXNGetInstance(s.container.Container(), s.name));
 }
 BENCHMARK(BM_FindInstanceThroughRuntime);
 
@@ -58,7 +58,7 @@ void BM_MethodTableHit(benchmark::State& state) {
   static MOX_T_MT::MOXVTabListGeneric list{};
   list.fMethodCount = 1;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(MOX_T_MT::MOXLookupProcTable(&list, &Fetch, s.container.Get()));
+    benchmark::DoNotOptimize(MOX_T_MT::MOXLookupProcTable(&list, &Fetch, s.container.Container()));
   }
 }
 BENCHMARK(BM_MethodTableHit);
@@ -66,7 +66,7 @@ BENCHMARK(BM_MethodTableHit);
 void BM_MethodFetch(benchmark::State& state) {
   Started& s = Library();
   void* procs[1];
-  for (auto _ : state) benchmark::DoNotOptimize(Fetch(s.container.Get(), true, procs));
+  for (auto _ : state) benchmark::DoNotOptimize(Fetch(s.container.Container(), true, procs));
 }
 BENCHMARK(BM_MethodFetch);
 
@@ -74,7 +74,7 @@ void BM_CountedHandleCopy(benchmark::State& state) {
   Started& s = Library();
   for (auto _ : state) {
     CMOXContainerRef copy(s.container);
-    benchmark::DoNotOptimize(copy.fContainer);
+    benchmark::DoNotOptimize(copy.Container());
   }
 }
 BENCHMARK(BM_CountedHandleCopy);

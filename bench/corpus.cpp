@@ -79,27 +79,27 @@ MOXContainer ToPOS(const json& value) {
   const Procs& p = Session();
   switch (value.type()) {
     case json::value_t::object: {
-      MOXContainer dict = p.newDict();
+      MOXContainer dict = p.posDict.NewPOSDict();
       for (auto it = value.begin(); it != value.end(); ++it) {
-        MOXStringAtom key = p.newAtom(it.key().c_str());
-        p.dictPut(dict, key, ToPOS(it.value()));
-        p.deleteAtom(key);
+        MOXStringAtom key = p.string.NewStringAtom(it.key().c_str());
+        p.posDict.Put(dict, key, ToPOS(it.value()));
+        p.string.DeleteStringAtom(key);
       }
       return dict;
     }
     case json::value_t::array: {
-      MOXContainer array = p.newArray();
-      for (const json& member : value) p.arrayAppend(array, ToPOS(member));
+      MOXContainer array = p.posArray.NewPOSArray();
+      for (const json& member : value) p.posArray.Append(array, ToPOS(member));
       return array;
     }
     case json::value_t::string:
-      return p.newString(value.get_ref<const std::string&>().c_str());
+      return p.posString.NewPOSString(value.get_ref<const std::string&>().c_str());
     case json::value_t::boolean:
-      return p.newString(value.get<bool>() ? "true" : "false");
+      return p.posString.NewPOSString(value.get<bool>() ? "true" : "false");
     case json::value_t::null:
-      return p.newString("null");
+      return p.posString.NewPOSString("null");
     default:
-      return p.newNumber(value.get<double>());
+      return p.posNumber.NewPOSNumber(value.get<double>());
   }
 }
 

@@ -19,15 +19,15 @@ namespace {
 // Holds a reference for the benchmark's life.
 struct Held {
   explicit Held(MOXContainer object) : object(Keep(object)) {}
-  ~Held() { Session().containerRelease(object); }
+  ~Held() { Session().container.Release(object); }
   MOXContainer object;
 };
 
 // ---- Entry points: the primary-instance fast path against the slow path -----
 
 void BM_NumberGet(benchmark::State& state) {
-  Held number(Session().newNumber(2.5));
-  for (auto _ : state) benchmark::DoNotOptimize(Session().numberGet(number.object));
+  Held number(Session().posNumber.NewPOSNumber(2.5));
+  for (auto _ : state) benchmark::DoNotOptimize(Session().posNumber.Get(number.object));
 }
 BENCHMARK(BM_NumberGet);
 
@@ -35,25 +35,25 @@ BENCHMARK(BM_NumberGet);
 // another name: each call asks the runtime with NGetInstance.
 void BM_NumberGetThroughRuntimeLookup(benchmark::State& state) {
   const Procs& p = Session();
-  Held number(p.newNumber(2.5));
+  Held number(p.posNumber.NewPOSNumber(2.5));
   auto* record = reinterpret_cast<const MOXPrimaryInstanceRecord*>(
-      reinterpret_cast<const char*>(number.object) + p.offsetToPrimaryInstance());
+      reinterpret_cast<const char*>(number.object) + p.container.GetOffsetToPrimaryInstance());
   MOXContainer bare = nullptr;
-  p.newContainer(&bare, 0, 0, 0, 0, 0);
+  p.container.NewContainer(&bare, 0, 0, 0, 0, 0);
   Held other(bare);
-  MOXStringAtom otherName = p.newAtom("BenchOtherImpl");
-  MOXStringAtom posName = p.newAtom("POSObjectImpl");
-  p.registerInstance(bare, &state, otherName, nullptr);
-  p.registerInstance(bare, record->instance, posName, nullptr);
-  for (auto _ : state) benchmark::DoNotOptimize(p.numberGet(bare));
-  p.deleteAtom(otherName);
-  p.deleteAtom(posName);
+  MOXStringAtom otherName = p.string.NewStringAtom("BenchOtherImpl");
+  MOXStringAtom posName = p.string.NewStringAtom("POSObjectImpl");
+  p.container.RegisterInstance(bare, &state, otherName, nullptr);
+  p.container.RegisterInstance(bare, record->instance, posName, nullptr);
+  for (auto _ : state) benchmark::DoNotOptimize(p.posNumber.Get(bare));
+  p.string.DeleteStringAtom(otherName);
+  p.string.DeleteStringAtom(posName);
 }
 BENCHMARK(BM_NumberGetThroughRuntimeLookup);
 
 void BM_NewNumberAndRelease(benchmark::State& state) {
   const Procs& p = Session();
-  for (auto _ : state) p.containerRelease(Keep(p.newNumber(1.0)));
+  for (auto _ : state) p.container.Release(Keep(p.posNumber.NewPOSNumber(1.0)));
 }
 BENCHMARK(BM_NewNumberAndRelease);
 
@@ -67,18 +67,18 @@ std::vector<std::string> Keys(int64_t n) {
 
 void BM_DictGet(benchmark::State& state) {
   const Procs& p = Session();
-  Held dict(p.newDict());
+  Held dict(p.posDict.NewPOSDict());
   std::vector<MOXStringAtom> atoms;
   for (const std::string& key : Keys(state.range(0))) {
-    atoms.push_back(p.newAtom(key.c_str()));
-    p.dictPut(dict.object, atoms.back(), p.newNumber(1.0));
+    atoms.push_back(p.string.NewStringAtom(key.c_str()));
+    p.posDict.Put(dict.object, atoms.back(), p.posNumber.NewPOSNumber(1.0));
   }
   size_t i = 0;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(p.dictGet(dict.object, atoms[i]));
+    benchmark::DoNotOptimize(p.posDict.Get(dict.object, atoms[i]));
     if (++i == atoms.size()) i = 0;
   }
-  for (MOXStringAtom atom : atoms) p.deleteAtom(atom);
+  for (MOXStringAtom atom : atoms) p.string.DeleteStringAtom(atom);
 }
 BENCHMARK(BM_DictGet)->Arg(8)->Arg(64)->Arg(512)->Arg(4096);
 
@@ -96,25 +96,25 @@ BENCHMARK(BM_PeerStdMapFind)->Arg(8)->Arg(64)->Arg(512)->Arg(4096);
 
 void BM_DictPutReplace(benchmark::State& state) {
   const Procs& p = Session();
-  Held dict(p.newDict());
-  Held value(p.newNumber(1.0));
+  Held dict(p.posDict.NewPOSDict());
+  Held value(p.posNumber.NewPOSNumber(1.0));
   std::vector<MOXStringAtom> atoms;
-  for (const std::string& key : Keys(512)) atoms.push_back(p.newAtom(key.c_str()));
+  for (const std::string& key : Keys(512)) atoms.push_back(p.string.NewStringAtom(key.c_str()));
   size_t i = 0;
   for (auto _ : state) {
-    p.dictPut(dict.object, atoms[i], value.object);
+    p.posDict.Put(dict.object, atoms[i], value.object);
     if (++i == atoms.size()) i = 0;
   }
-  for (MOXStringAtom atom : atoms) p.deleteAtom(atom);
+  for (MOXStringAtom atom : atoms) p.string.DeleteStringAtom(atom);
 }
 BENCHMARK(BM_DictPutReplace);
 
 void BM_ArrayAppend(benchmark::State& state) {
   const Procs& p = Session();
-  Held value(p.newNumber(1.0));
+  Held value(p.posNumber.NewPOSNumber(1.0));
   for (auto _ : state) {
-    Held array(p.newArray());
-    for (int64_t i = 0; i < state.range(0); ++i) p.arrayAppend(array.object, value.object);
+    Held array(p.posArray.NewPOSArray());
+    for (int64_t i = 0; i < state.range(0); ++i) p.posArray.Append(array.object, value.object);
   }
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
@@ -123,9 +123,9 @@ BENCHMARK(BM_ArrayAppend)->Arg(16)->Arg(1024);
 void BM_DeepGet(benchmark::State& state) {
   const Procs& p = Session();
   Held tree(ToPOS(CorpusDocument("twitter")));
-  MOXStringAtom address = p.newAtom("statuses[7].user.screen_name");
-  for (auto _ : state) benchmark::DoNotOptimize(p.dictDeepGet(tree.object, address));
-  p.deleteAtom(address);
+  MOXStringAtom address = p.string.NewStringAtom("statuses[7].user.screen_name");
+  for (auto _ : state) benchmark::DoNotOptimize(p.posDict.DeepGet(tree.object, address));
+  p.string.DeleteStringAtom(address);
 }
 BENCHMARK(BM_DeepGet);
 
@@ -143,7 +143,7 @@ BENCHMARK(BM_BuildFromJson)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 void BM_Clone(benchmark::State& state) {
   Held tree(ToPOS(CorpusDocument(kDocuments[state.range(0)])));
   state.SetLabel(kDocuments[state.range(0)]);
-  for (auto _ : state) Held copy(Session().clone(tree.object));
+  for (auto _ : state) Held copy(Session().posObject.Clone(tree.object));
 }
 BENCHMARK(BM_Clone)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
@@ -159,9 +159,10 @@ BENCHMARK(BM_PeerJsonCopy)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
 void BM_IsEqual(benchmark::State& state) {
   Held tree(ToPOS(CorpusDocument(kDocuments[state.range(0)])));
-  Held copy(Session().clone(tree.object));
+  Held copy(Session().posObject.Clone(tree.object));
   state.SetLabel(kDocuments[state.range(0)]);
-  for (auto _ : state) benchmark::DoNotOptimize(Session().isEqual(tree.object, copy.object));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(Session().posObject.IsEqual(tree.object, copy.object));
 }
 BENCHMARK(BM_IsEqual)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
@@ -177,13 +178,14 @@ BENCHMARK(BM_PeerJsonEqual)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 void BM_SerializeTypeA(benchmark::State& state) {
   const Procs& p = Session();
   Held tree(ToPOS(CorpusDocument(kDocuments[state.range(0)])));
-  Held streamer(p.newStreamer());
+  Held streamer(p.posStreamer.NewPOSStreamer());
   state.SetLabel(kDocuments[state.range(0)]);
   for (auto _ : state) {
     MOXContainer stream = nullptr;
-    p.newMemoryStream(&stream);
+    p.streamFactory.NewPositionableMemoryStream(&stream);
     Held held(stream);
-    benchmark::DoNotOptimize(p.serialize(streamer.object, stream, tree.object, nullptr));
+    benchmark::DoNotOptimize(
+        p.posStreamer.Serialize(streamer.object, stream, tree.object, nullptr));
   }
 }
 BENCHMARK(BM_SerializeTypeA)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
@@ -197,25 +199,25 @@ BENCHMARK(BM_PeerJsonDump)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
 
 void BM_DeserializeTypeA(benchmark::State& state) {
   const Procs& p = Session();
-  Held streamer(p.newStreamer());
+  Held streamer(p.posStreamer.NewPOSStreamer());
   MOXContainer stream = nullptr;
-  p.newMemoryStream(&stream);
+  p.streamFactory.NewPositionableMemoryStream(&stream);
   Held held(stream);
   {
     Held tree(ToPOS(CorpusDocument(kDocuments[state.range(0)])));
-    p.serialize(streamer.object, stream, tree.object, nullptr);
+    p.posStreamer.Serialize(streamer.object, stream, tree.object, nullptr);
   }
   typedef MOXErrorRef (*SeekProc)(MOXContainer, int64_t, int32_t);
-  MOXStringAtom seekName = p.newAtom("Seek");
-  MOXStringAtom seekType = p.newAtom("MOXPositionableStreamSeekProc");
+  MOXStringAtom seekName = p.string.NewStringAtom("Seek");
+  MOXStringAtom seekType = p.string.NewStringAtom("MOXPositionableStreamSeekProc");
   void* seek = nullptr;
-  p.getMethod(&seek, stream, seekName, seekType, true);
-  p.deleteAtom(seekName);
-  p.deleteAtom(seekType);
+  p.container.GetMethod(&seek, stream, seekName, seekType, true);
+  p.string.DeleteStringAtom(seekName);
+  p.string.DeleteStringAtom(seekType);
   state.SetLabel(kDocuments[state.range(0)]);
   for (auto _ : state) {
     reinterpret_cast<SeekProc>(seek)(stream, 0, 0);
-    Held tree(p.deserialize(streamer.object, stream));
+    Held tree(p.posStreamer.Deserialize(streamer.object, stream));
   }
 }
 BENCHMARK(BM_DeserializeTypeA)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
@@ -233,7 +235,7 @@ void BM_CreateFromText(benchmark::State& state) {
   text << file.rdbuf();
   std::string notation = text.str();
   if (notation.empty()) notation = "<key (value) list [#1 #2 #3] nested <a #1 b (two)>>";
-  for (auto _ : state) Held tree(Session().createFromText(notation.c_str(), nullptr));
+  for (auto _ : state) Held tree(Session().posStatics.CreateFromText(notation.c_str(), nullptr));
   state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(notation.size()));
 }
 BENCHMARK(BM_CreateFromText);

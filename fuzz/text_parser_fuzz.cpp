@@ -10,7 +10,7 @@
 #include "MOXRuntimeProcs.h"
 #include "MOXUtils.h"
 #include "POSProcs.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace {
 

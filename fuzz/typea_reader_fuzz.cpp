@@ -15,7 +15,7 @@
 
 #include "MOXUtils.h"
 #include "binding/client_streams.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 #include "pos/pos_client.h"
 #include "streamer/streamer_interface.h"
 
@@ -47,9 +47,11 @@ CMOXPositionableStreamRef StreamOf(const void* data, size_t size) {
 // Writes `object` and reads it back; empty when the read was refused.
 CPOSObject WrittenAndRead(const CMOXContainerRef& streamer, const CPOSObject& object) {
   CMOXPositionableStreamRef copy(MOXNewPositionableMemoryStream());
-  if (!SerializeEntry(streamer.Get(), copy.Get(), object.Get(), nullptr)) Fail("write refused");
+  if (!POSStreamerEntries::Serialize(streamer.Container(), copy.Container(), object.Container(),
+                                     nullptr))
+    Fail("write refused");
   copy.Seek(0, 0);
-  MOXContainer again = DeserializeEntry(streamer.Get(), copy.Get());
+  MOXContainer again = POSStreamerEntries::Deserialize(streamer.Container(), copy.Container());
   return again != nullptr ? CPOSObject(again) : CPOSObject();
 }
 
@@ -65,9 +67,9 @@ void Start() {
     const std::string warm =
         "POSStreamerTypeA_Version1.0 <\"a\" [#1 \"s\" `0041` {\"t\" #1 00} <>] >";
     {
-      CMOXContainerRef streamer(NewPOSStreamerEntry());
-      MOXContainer object =
-          DeserializeEntry(streamer.Get(), StreamOf(warm.data(), warm.size()).Get());
+      CMOXContainerRef streamer(POSStreamerEntries::NewPOSStreamer());
+      MOXContainer object = POSStreamerEntries::Deserialize(
+          streamer.Container(), StreamOf(warm.data(), warm.size()).Container());
       if (object == nullptr) Fail("the warm-up stream was refused");
       WrittenAndRead(streamer, CPOSObject(object));
     }
@@ -83,9 +85,9 @@ void Start() {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Start();
   {
-    CMOXContainerRef streamer(NewPOSStreamerEntry());
+    CMOXContainerRef streamer(POSStreamerEntries::NewPOSStreamer());
     CMOXPositionableStreamRef stream = StreamOf(data, size);
-    MOXContainer read = DeserializeEntry(streamer.Get(), stream.Get());
+    MOXContainer read = POSStreamerEntries::Deserialize(streamer.Container(), stream.Container());
     const int64_t position = stream.Mark();
     if (position < 0 || static_cast<uint64_t>(position) > size) Fail("stream left outside");
     if (read == nullptr) {

@@ -1,8 +1,9 @@
 /*
  * MOXRuntimeProcs.h: the procedures of the component runtime, as the lookup
  * procedure hands them out. Each typedef is named after the proc-type name
- * under which the procedure is fetched; the comment before each interface
- * gives its name and its methods in slot order.
+ * under which the procedure is fetched. Each interface is defined by a macro
+ * with its name and a list of its methods in slot order, one X(Method,
+ * ProcType) entry per method (see POSProcs.h for how to walk one).
  *
  * Reference rules:
  *  - Every procedure that returns MOXErrorRef returns null on success and
@@ -11,6 +12,10 @@
  *    unowned until somebody calls AddRef.
  *  - Atoms, errors, shared buffers, cache identifiers, progress objects and
  *    filters returned by a New... procedure carry one reference for the caller.
+ *
+ * Threads: the runtime's procedures may be called from any thread; reference
+ * counts of containers, atoms, errors and shared buffers are safe to change
+ * from several threads at once. A stream belongs to one thread at a time.
  */
 #ifndef MOXUTILS_MOXRUNTIMEPROCS_H_
 #define MOXUTILS_MOXRUNTIMEPROCS_H_
@@ -34,19 +39,34 @@ typedef void (*MOXUnregisterInterfaceProc)(const char* interfaceName);
 typedef uint64_t* (*MOXGetUnregisterCountAddrProc)(void);
 typedef int8_t (*MOXIsMultiThreadedProc)(void);
 
-/* ---- "MOXContainerInterface" ---------------------------------------------
- * NewFullContainer, NewContainer, CloneContainer, AddRef, Release,
- * DecrementWithoutDelete, DeleteUnownedContainer, RegisterInterface,
- * RegisterInstance, GetMethod, GetParentMethod, GetInstance, NGetInstance,
- * GetSignature, DebugGetRefCountAddr, GetOffsetToPrimaryInstance */
+/* ---- "MOXContainerInterface" -------------------------------------------- */
+
+#define MOX_CONTAINER_INTERFACE_NAME "MOXContainerInterface"
+/* Methods of MOXContainerInterface in slot order. */
+#define MOX_CONTAINER_INTERFACE_METHODS(X)                 \
+  X(NewFullContainer, MOXNewFullContainerV5Proc)           \
+  X(NewContainer, MOXNewContainerV2Proc)                   \
+  X(CloneContainer, MOXCloneContainerProc)                 \
+  X(AddRef, MOXAddRefContainerV2Proc)                      \
+  X(Release, MOXReleaseContainerProc)                      \
+  X(DecrementWithoutDelete, MOXDecrementWithoutDeleteProc) \
+  X(DeleteUnownedContainer, MOXDeleteUnownedContainerProc) \
+  X(RegisterInterface, MOXRegisterInterfaceV2Proc)         \
+  X(RegisterInstance, MOXRegisterInstanceV2Proc)           \
+  X(GetMethod, MOXGetMethodV3Proc)                         \
+  X(GetParentMethod, MOXGetParentMethodV2Proc)             \
+  X(GetInstance, MOXGetInstanceProc)                       \
+  X(NGetInstance, MOXNGetInstanceProc)                     \
+  X(GetSignature, MOXGetSignatureProc)                     \
+  X(DebugGetRefCountAddr, MOXGetRefCountAddrProc)          \
+  X(GetOffsetToPrimaryInstance, MOXGetOffsetToPrimaryInstProc)
 
 /* Wraps `instance` in a new container at count zero. `destroy` receives the
  * instance when the count falls to zero, or at once when the call fails: the
  * runtime owns the instance from the call on. The container's signature is
  * the interface named by `interfaceName`. The trailing words must be 0. */
 typedef MOXErrorRef (*MOXNewFullContainerV5Proc)(MOXContainer* out, void* instance,
-                                                 MOXStringAtom instanceName,
-                                                 MOXReleaseProc destroy,
+                                                 MOXStringAtom instanceName, MOXReleaseProc destroy,
                                                  MOXStringAtom interfaceName, uintptr_t reserved1,
                                                  uintptr_t reserved2, uintptr_t reserved3);
 /* A container with no instance and no signature, at count zero; instances and
@@ -99,9 +119,19 @@ typedef const uint32_t* (*MOXGetRefCountAddrProc)(MOXContainer container);
 /* Offset of the MOXPrimaryInstanceRecord from a container's address. */
 typedef int64_t (*MOXGetOffsetToPrimaryInstProc)(void);
 
-/* ---- "MOXErrorInterface" ---------------------------------------------------
- * NewError, GetCoreError, AddRef, Release, GetErrorMessage, GetComponent,
- * GetID, GetErrorInfo */
+/* ---- "MOXErrorInterface" ------------------------------------------------ */
+
+#define MOX_ERROR_INTERFACE_NAME "MOXErrorInterface"
+/* Methods of MOXErrorInterface in slot order. */
+#define MOX_ERROR_INTERFACE_METHODS(X)       \
+  X(NewError, MOXNewErrorProc)               \
+  X(GetCoreError, MOXGetCoreErrorProc)       \
+  X(AddRef, MOXErrorAddRefProcV2)            \
+  X(Release, MOXErrorReleaseProc)            \
+  X(GetErrorMessage, MOXErrorGetMessageProc) \
+  X(GetComponent, MOXErrorGetComponentProc)  \
+  X(GetID, MOXErrorGetIDProc)                \
+  X(GetErrorInfo, MOXGetErrorInfoProc)
 
 /* Copies both texts. The trailing words are kept and given back by
  * GetErrorInfo. */
@@ -120,8 +150,15 @@ typedef int64_t (*MOXErrorGetIDProc)(MOXErrorRef error);
 /* The two words given to NewError (0 for core errors). */
 typedef void (*MOXGetErrorInfoProc)(MOXErrorRef error, uintptr_t* info1, uintptr_t* info2);
 
-/* ---- "MOXStringInterface" --------------------------------------------------
- * NewStringAtom, DeleteStringAtom, GetCString, AddRef */
+/* ---- "MOXStringInterface" ----------------------------------------------- */
+
+#define MOX_STRING_INTERFACE_NAME "MOXStringInterface"
+/* Methods of MOXStringInterface in slot order. */
+#define MOX_STRING_INTERFACE_METHODS(X)        \
+  X(NewStringAtom, MOXNewStringAtomProc)       \
+  X(DeleteStringAtom, MOXDeleteStringAtomProc) \
+  X(GetCString, MOXGetCStringProc)             \
+  X(AddRef, MOXAddRefStringAtomProc)
 
 /* One reference for the caller, or null when out of memory. */
 typedef MOXStringAtom (*MOXNewStringAtomProc)(const char* text);
@@ -132,16 +169,32 @@ typedef const char* (*MOXGetCStringProc)(MOXStringAtom atom);
 /* Adds one reference; returns its argument. */
 typedef MOXStringAtom (*MOXAddRefStringAtomProc)(MOXStringAtom atom);
 
-/* ---- "MOXMemoryInterface" --------------------------------------------------
- * Alloc, Realloc, Free, GetBlockSize */
+/* ---- "MOXMemoryInterface" ----------------------------------------------- */
+
+#define MOX_MEMORY_INTERFACE_NAME "MOXMemoryInterface"
+/* Methods of MOXMemoryInterface in slot order. */
+#define MOX_MEMORY_INTERFACE_METHODS(X) \
+  X(Alloc, MOXMemAllocProc)             \
+  X(Realloc, MOXMemReallocProc)         \
+  X(Free, MOXMemFreeProc)               \
+  X(GetBlockSize, MOXMemGetBlockSizeProc)
 
 typedef void* (*MOXMemAllocProc)(uint64_t size);
 typedef void* (*MOXMemReallocProc)(void* block, uint64_t size);
 typedef void (*MOXMemFreeProc)(void* block);
 typedef uint64_t (*MOXMemGetBlockSizeProc)(void* block);
 
-/* ---- "MOXSharedBuffInterface" ----------------------------------------------
- * NewBuffer, DeleteUnowned, AddRef, Release, GetBuffer, GetSize */
+/* ---- "MOXSharedBuffInterface" ------------------------------------------- */
+
+#define MOX_SHARED_BUFF_INTERFACE_NAME "MOXSharedBuffInterface"
+/* Methods of MOXSharedBuffInterface in slot order. */
+#define MOX_SHARED_BUFF_INTERFACE_METHODS(X)    \
+  X(NewBuffer, MOXSharedBuffNewBufferV3Proc)    \
+  X(DeleteUnowned, MOXSharedBuffDelUnownedProc) \
+  X(AddRef, MOXSharedBuffAddRefProc)            \
+  X(Release, MOXSharedBuffReleaseProc)          \
+  X(GetBuffer, MOXSharedBuffGetBufferProc)      \
+  X(GetSize, MOXSharedBuffGetSizeProc)
 
 /* With `data` and `release` both non-null the buffer takes the block over and
  * calls `release(data)` when it dies; with `data` alone it copies `size`
@@ -159,12 +212,35 @@ typedef void (*MOXSharedBuffReleaseProc)(MOXSharedBuff buffer);
 typedef void* (*MOXSharedBuffGetBufferProc)(MOXSharedBuff buffer);
 typedef uint64_t (*MOXSharedBuffGetSizeProc)(MOXSharedBuff buffer);
 
-/* ---- "MOXCacheInterface" ---------------------------------------------------
- * NewCacheID, AddRef, Release, Attach, Add, UpdateCost, ReturnCost,
- * MarkNoPurge, MarkPurge, GetCacheTime, CurrentCacheSize, NewCachePurge,
- * PurgeNextBlock, DeleteCachePurge, PurgeAll, PurgeAllStaticCaches,
- * AddClientPurge, RemoveClientPurge, NewCacheSet, AddRefCacheSet,
- * DeleteCacheSet, SearchForID, RemoveID, RemoveIDs */
+/* ---- "MOXCacheInterface" ------------------------------------------------ */
+
+#define MOX_CACHE_INTERFACE_NAME "MOXCacheInterface"
+/* Methods of MOXCacheInterface in slot order. */
+#define MOX_CACHE_INTERFACE_METHODS(X)                      \
+  X(NewCacheID, MOXCacheNewCacheIDProc)                     \
+  X(AddRef, MOXCacheAddRefProc)                             \
+  X(Release, MOXCacheReleaseProc)                           \
+  X(Attach, MOXCacheAttachProcV2)                           \
+  X(Add, MOXCacheAddProc)                                   \
+  X(UpdateCost, MOXCacheUpdateCostProc)                     \
+  X(ReturnCost, MOXCacheReturnCostProc)                     \
+  X(MarkNoPurge, MOXCacheMarkNoPurgeProcV2)                 \
+  X(MarkPurge, MOXCacheMarkPurgeProc)                       \
+  X(GetCacheTime, MOXCacheGetCacheTimeProc)                 \
+  X(CurrentCacheSize, MOXCurrentCacheSizeProc)              \
+  X(NewCachePurge, MOXCacheNewCachePurgeProc)               \
+  X(PurgeNextBlock, MOXCachePurgeNextBlockProc)             \
+  X(DeleteCachePurge, MOXCacheDeleteCachePurgeProc)         \
+  X(PurgeAll, MOXCachePurgeAllProc)                         \
+  X(PurgeAllStaticCaches, MOXCachePurgeAllStaticCachesProc) \
+  X(AddClientPurge, MOXCacheAddRemoveClientPurgeProcV2)     \
+  X(RemoveClientPurge, MOXCacheAddRemoveClientPurgeProcV2)  \
+  X(NewCacheSet, MOXCacheNewCacheSetProc)                   \
+  X(AddRefCacheSet, MOXCacheAddRefCacheSetProc)             \
+  X(DeleteCacheSet, MOXCacheDeleteCacheSetProc)             \
+  X(SearchForID, MOXCacheSearchForIDProc)                   \
+  X(RemoveID, MOXCacheRemoveIDProc)                         \
+  X(RemoveIDs, MOXCacheRemoveIDsProc)
 
 /* Called when the cache drops the data attached to an identifier. */
 typedef void (*MOXCacheItemPurgeProc)(MOXCacheID id, void* data);
@@ -175,8 +251,7 @@ typedef MOXCacheID (*MOXCacheNewCacheIDProc)(void);
 typedef void (*MOXCacheAddRefProc)(MOXCacheID id);
 typedef void (*MOXCacheReleaseProc)(MOXCacheID id);
 /* Attaches client data and the procedure that drops it. */
-typedef MOXErrorRef (*MOXCacheAttachProcV2)(MOXCacheID id, void* data,
-                                            MOXCacheItemPurgeProc purge);
+typedef MOXErrorRef (*MOXCacheAttachProcV2)(MOXCacheID id, void* data, MOXCacheItemPurgeProc purge);
 /* Enters the identifier's data into the cache at `cost`. */
 typedef MOXErrorRef (*MOXCacheAddProc)(MOXCacheID id, uint64_t cost);
 typedef MOXErrorRef (*MOXCacheUpdateCostProc)(MOXCacheID id, uint64_t cost);
@@ -211,8 +286,16 @@ typedef MOXCacheID (*MOXCacheSearchForIDProc)(MOXCacheSet set, uint64_t key, boo
 typedef void (*MOXCacheRemoveIDProc)(MOXCacheSet set, MOXCacheID id);
 typedef void (*MOXCacheRemoveIDsProc)(MOXCacheSet set);
 
-/* ---- "MOXProgressInterface" ------------------------------------------------
- * NewNullProgress, NewClientProgress, AddRef, Release, Update */
+/* ---- "MOXProgressInterface" --------------------------------------------- */
+
+#define MOX_PROGRESS_INTERFACE_NAME "MOXProgressInterface"
+/* Methods of MOXProgressInterface in slot order. */
+#define MOX_PROGRESS_INTERFACE_METHODS(X)                \
+  X(NewNullProgress, MOXProgressNewNullProgressProc)     \
+  X(NewClientProgress, MOXProgressNewClientProgressProc) \
+  X(AddRef, MOXProgressAddRefProc)                       \
+  X(Release, MOXProgressReleaseProc)                     \
+  X(Update, MOXProgressUpdateProc)
 
 /* Calls the client's Update; false asks the caller to stop. */
 typedef bool (*MOXProgressUpdateAdapterProc)(void* client, double fraction);
@@ -228,21 +311,38 @@ typedef void (*MOXProgressReleaseProc)(MOXProgress progress);
 /* Reports `fraction` (0 to 1) done; false asks the caller to stop. */
 typedef bool (*MOXProgressUpdateProc)(MOXProgress progress, double fraction);
 
-/* ---- "MOXFilterInterface" --------------------------------------------------
- * NewNullDataSink, NewClientDataSink, NewIdentityFilter, NewClientFilter,
- * NewFilterJPEG, AddRef, Release, Write, IsFilter, Close, GetPostScriptFilter,
- * SetDataSink, PeekTarget, SetImageParameters, SetCompressionParameters,
- * GetChainState, ResetChainState
- *
- * A filter passes what is written to it on to its target; a data sink is the
+/* ---- "MOXFilterInterface" ----------------------------------------------- */
+
+#define MOX_FILTER_INTERFACE_NAME "MOXFilterInterface"
+/* Methods of MOXFilterInterface in slot order. */
+#define MOX_FILTER_INTERFACE_METHODS(X)                                  \
+  X(NewNullDataSink, MOXFilterNewNullDataSinkV2Proc)                     \
+  X(NewClientDataSink, MOXFilterNewClientDataSinkV2Proc)                 \
+  X(NewIdentityFilter, MOXFilterNewIdentityFilterV2Proc)                 \
+  X(NewClientFilter, MOXFilterNewClientFilterV2Proc)                     \
+  X(NewFilterJPEG, MOXFilterNewFilterJPEGV2Proc)                         \
+  X(AddRef, MOXFilterAddRefV2Proc)                                       \
+  X(Release, MOXFilterReleaseProc)                                       \
+  X(Write, MOXFilterWriteV2Proc)                                         \
+  X(IsFilter, MOXFilterIsFilterProc)                                     \
+  X(Close, MOXFilterCloseProc)                                           \
+  X(GetPostScriptFilter, MOXFilterGetPostScriptFilterProc)               \
+  X(SetDataSink, MOXFilterSetDataSinkV2Proc)                             \
+  X(PeekTarget, MOXFilterPeekTargetProc)                                 \
+  X(SetImageParameters, MOXFilterJPEGSetImageParametersProc)             \
+  X(SetCompressionParameters, MOXFilterJPEGSetCompressionParametersProc) \
+  X(GetChainState, MOXFilterGetChainStateV2Proc)                         \
+  X(ResetChainState, MOXFilterResetChainStateProc)
+
+/* A filter passes what is written to it on to its target; a data sink is the
  * end of a chain. Client filters implement write, close, chain state, image
  * parameters and compression parameters through the adapters below. The
  * close, image and compression adapters answer non-zero on success and 0 on
  * failure. A factory owns `client` from the call on: `release(client)` runs
  * when the filter dies, or at once when the call fails. */
 
-typedef MOXErrorRef (*MOXFilterWriteAdapterProc)(void* client, MOXFilter target,
-                                                 const void* data, uint64_t size);
+typedef MOXErrorRef (*MOXFilterWriteAdapterProc)(void* client, MOXFilter target, const void* data,
+                                                 uint64_t size);
 typedef int32_t (*MOXFilterCloseAdapterProc)(void* client, MOXFilter target);
 typedef uint32_t (*MOXFilterChainStateAdapterProc)(void* client);
 typedef int32_t (*MOXFilterImageParamsAdapterProc)(void* client, uint32_t width,
@@ -255,8 +355,7 @@ typedef MOXErrorRef (*MOXFilterNewClientDataSinkV2Proc)(MOXFilter* out, void* cl
                                                         MOXReleaseProc release);
 typedef MOXErrorRef (*MOXFilterNewIdentityFilterV2Proc)(MOXFilter* out, MOXFilter target);
 typedef MOXErrorRef (*MOXFilterNewClientFilterV2Proc)(MOXFilter* out, MOXFilter target,
-                                                      void* client,
-                                                      MOXFilterWriteAdapterProc write,
+                                                      void* client, MOXFilterWriteAdapterProc write,
                                                       MOXFilterCloseAdapterProc close,
                                                       MOXFilterChainStateAdapterProc chainState,
                                                       MOXReleaseProc release);
@@ -280,19 +379,34 @@ typedef MOXErrorRef (*MOXFilterSetDataSinkV2Proc)(MOXFilter filter, MOXFilter ta
 typedef MOXFilter (*MOXFilterPeekTargetProc)(MOXFilter filter, bool addRef);
 typedef MOXErrorRef (*MOXFilterJPEGSetImageParametersProc)(MOXFilter filter, uint32_t width,
                                                            int16_t components);
-typedef MOXErrorRef (*MOXFilterJPEGSetCompressionParametersProc)(MOXFilter filter,
-                                                                 int32_t quality);
+typedef MOXErrorRef (*MOXFilterJPEGSetCompressionParametersProc)(MOXFilter filter, int32_t quality);
 /* Bytes written into the chain since its last reset, as seen by this filter. */
 typedef uint32_t (*MOXFilterGetChainStateV2Proc)(MOXFilter filter);
 typedef void (*MOXFilterResetChainStateProc)(MOXFilter filter);
 
-/* ---- Streams: per-container methods, found with GetMethod -----------------
- * Simple: Read, Write. Rewindable: CreateIndependentlyRewindableStream,
- * Rewind. Positionable: CreateIndependentlyPositionableStream, Mark, Seek.
- * Seek modes: 0 absolute, 1 from the current position, 2 from the end. */
+/* ---- Streams: per-container methods, found with GetMethod ----------------
+ * Three interfaces, each extending the one before: simple, rewindable,
+ * positionable. Seek modes: 0 absolute, 1 from the current position, 2 from
+ * the end. */
 
-typedef MOXErrorRef (*MOXSimpleStreamReadProc)(MOXContainer stream, uint64_t* count,
-                                               void* buffer, uint64_t size);
+/* Methods of a simple stream in slot order. */
+#define MOX_SIMPLE_STREAM_METHODS(X) \
+  X(Read, MOXSimpleStreamReadProc)   \
+  X(Write, MOXSimpleStreamWriteProc)
+/* Methods of a rewindable stream in slot order. */
+#define MOX_REWINDABLE_STREAM_METHODS(X)                        \
+  X(CreateIndependentlyRewindableStream,                        \
+    MOXRewindableStreamCreateIndependentlyRewindableStreamProc) \
+  X(Rewind, MOXRewindableStreamRewindProc)
+/* Methods of a positionable stream in slot order. */
+#define MOX_POSITIONABLE_STREAM_METHODS(X)                          \
+  X(CreateIndependentlyPositionableStream,                          \
+    MOXPositionableStreamCreateIndependentlyPositionableStreamProc) \
+  X(Mark, MOXPositionableStreamMarkProc)                            \
+  X(Seek, MOXPositionableStreamSeekProc)
+
+typedef MOXErrorRef (*MOXSimpleStreamReadProc)(MOXContainer stream, uint64_t* count, void* buffer,
+                                               uint64_t size);
 typedef MOXErrorRef (*MOXSimpleStreamWriteProc)(MOXContainer stream, const void* buffer,
                                                 uint64_t size);
 typedef MOXErrorRef (*MOXRewindableStreamCreateIndependentlyRewindableStreamProc)(
@@ -306,29 +420,35 @@ typedef MOXErrorRef (*MOXPositionableStreamSeekProc)(MOXContainer stream, int64_
 
 /* Adapters through which the runtime calls a client-implemented stream: the
  * same forms with the client object in place of the container. */
-typedef MOXErrorRef (*MOXClientStreamReadAdapterProc)(void* client, uint64_t* count,
-                                                      void* buffer, uint64_t size);
+typedef MOXErrorRef (*MOXClientStreamReadAdapterProc)(void* client, uint64_t* count, void* buffer,
+                                                      uint64_t size);
 typedef MOXErrorRef (*MOXClientStreamWriteAdapterProc)(void* client, const void* buffer,
                                                        uint64_t size);
-typedef MOXErrorRef (*MOXClientStreamCreateRewindableAdapterProc)(void* client,
-                                                                  MOXContainer* out);
+typedef MOXErrorRef (*MOXClientStreamCreateRewindableAdapterProc)(void* client, MOXContainer* out);
 typedef MOXErrorRef (*MOXClientStreamRewindAdapterProc)(void* client);
 typedef MOXErrorRef (*MOXClientStreamCreatePositionableAdapterProc)(void* client,
                                                                     MOXContainer* out);
 typedef MOXErrorRef (*MOXClientStreamMarkAdapterProc)(void* client, int64_t* position);
-typedef MOXErrorRef (*MOXClientStreamSeekAdapterProc)(void* client, int64_t position,
-                                                      int32_t mode);
+typedef MOXErrorRef (*MOXClientStreamSeekAdapterProc)(void* client, int64_t position, int32_t mode);
 
-/* ---- "MOXStreamFactoryInterface" -------------------------------------------
- * NewPositionableMemoryStream, NewPositionableBufferStream,
- * NewPositionableFileStream, NewClientSimpleStream, NewClientRewindableStream,
- * NewClientPositionableStream. Every stream comes back at count zero. */
+/* ---- "MOXStreamFactoryInterface" ---------------------------------------- */
+
+#define MOX_STREAM_FACTORY_INTERFACE_NAME "MOXStreamFactoryInterface"
+/* Methods of MOXStreamFactoryInterface in slot order. */
+#define MOX_STREAM_FACTORY_INTERFACE_METHODS(X)                      \
+  X(NewPositionableMemoryStream, MOXNewPositionableMemoryStreamProc) \
+  X(NewPositionableBufferStream, MOXNewPositionableBufferStreamProc) \
+  X(NewPositionableFileStream, MOXNewPositionableFileStreamProc)     \
+  X(NewClientSimpleStream, MOXNewClientSimpleStreamProc)             \
+  X(NewClientRewindableStream, MOXNewClientRewindableStreamProc)     \
+  X(NewClientPositionableStream, MOXNewClientPositionableStreamProc)
+
+/* Every stream comes back at count zero. */
 
 typedef MOXErrorRef (*MOXNewPositionableMemoryStreamProc)(MOXContainer* out);
 /* A stream over the bytes of `buffer`, which it holds a reference to. Reads
  * end at the buffer's size; writes beyond it fail. */
-typedef MOXErrorRef (*MOXNewPositionableBufferStreamProc)(MOXContainer* out,
-                                                          MOXSharedBuff buffer);
+typedef MOXErrorRef (*MOXNewPositionableBufferStreamProc)(MOXContainer* out, MOXSharedBuff buffer);
 /* `mode` is an fopen mode ("rb", "wb", "r+b", "ab", ...). */
 typedef MOXErrorRef (*MOXNewPositionableFileStreamProc)(MOXContainer* out, const char* path,
                                                         const char* mode);

@@ -7,6 +7,10 @@
  *
  * Truth values are C `bool` (one byte, 0 or 1) unless a fixed width is given.
  * Sizes, byte counts and array indexes are uint64_t, stream positions int64_t.
+ *
+ * Threads: a handle is a plain pointer and may be passed between threads;
+ * what may run concurrently on the object behind it is told by the header of
+ * its interface.
  */
 #ifndef MOXUTILS_MOXTYPES_H_
 #define MOXUTILS_MOXTYPES_H_

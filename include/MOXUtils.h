@@ -14,6 +14,12 @@
  *
  * The symbols carry the version node "VERSION"; a host binds them with
  * dlvsym(handle, name, "VERSION").
+ *
+ * Threads: MOXUtilsInitialize and MOXUtilsTerminate take no lock. Call them
+ * from one thread, with no other call into the library in progress; between
+ * them the registered methods may be called from any thread (see each
+ * interface's header for what may run concurrently on one object).
+ * MOXUtilsGetVersion may be called at any time from any thread.
  */
 #ifndef MOXUTILS_MOXUTILS_H_
 #define MOXUTILS_MOXUTILS_H_

@@ -76,20 +76,20 @@ class OutputFileGuard {
 };
 
 std::string Describe(const Procs& procs, MOXContainer object) {
-  if (procs.isNumber(object)) return "a number";
-  if (procs.isString(object)) return "a string";
-  if (procs.isUnicode(object)) return "a Unicode string";
-  if (procs.isBinData(object)) return "binary data";
-  if (procs.isRawPointer(object)) return "a raw pointer";
-  if (procs.isArray(object)) {
-    uint32_t count = procs.arrayCount(object);
+  if (procs.posNumber.IsPOSNumber(object)) return "a number";
+  if (procs.posString.IsPOSString(object)) return "a string";
+  if (procs.posUnicodeString.IsPOSUnicodeString(object)) return "a Unicode string";
+  if (procs.posBinData.IsPOSBinData(object)) return "binary data";
+  if (procs.posRawPointer.IsPOSRawPointer(object)) return "a raw pointer";
+  if (procs.posArray.IsPOSArray(object)) {
+    uint32_t count = procs.posArray.Count(object);
     return "an array of " + std::to_string(count) + (count == 1 ? " member" : " members");
   }
-  if (procs.isDict(object)) {
-    Ref iterator(procs, procs.newDictIterator(object));
+  if (procs.posDict.IsPOSDict(object)) {
+    Ref iterator(procs, procs.posDictIterator.NewPOSDictIterator(object));
     size_t count = 0;
-    for (procs.iteratorBegin(iterator.get()); !procs.iteratorIsDone(iterator.get());
-         procs.iteratorNext(iterator.get())) {
+    for (procs.posDictIterator.Begin(iterator.get()); !procs.posDictIterator.IsDone(iterator.get());
+         procs.posDictIterator.Next(iterator.get())) {
       ++count;
     }
     return "a dictionary of " + std::to_string(count) + (count == 1 ? " key" : " keys");
@@ -133,7 +133,7 @@ std::string ExplainMiss(const Procs& procs, MOXContainer root, MOXContainer top,
     const std::string prefix = address.substr(0, ends[i - 1]);
     if (prefix.empty()) break;
     Atom prefixAtom(procs, prefix.c_str());
-    MOXContainer value = procs.dictDeepGet(root, prefixAtom.get());
+    MOXContainer value = procs.posDict.DeepGet(root, prefixAtom.get());
     if (value != nullptr) return " ('" + prefix + "' is " + Describe(procs, value) + ")";
   }
   return " (the top level is " + Describe(procs, top) + ")";
@@ -183,13 +183,13 @@ int RunGet(const GetOptions& options) {
   // under the empty key, which DeepGet reads for an address that starts
   // with a subscript: "[0]" is the first member of a top-level array.
   Ref root = object;
-  if (!procs.isDict(object.get())) {
-    root = Ref(procs, procs.newDict());
+  if (!procs.posDict.IsPOSDict(object.get())) {
+    root = Ref(procs, procs.posDict.NewPOSDict());
     Atom emptyKey(procs, "");
-    procs.dictPut(root.get(), emptyKey.get(), object.get());
+    procs.posDict.Put(root.get(), emptyKey.get(), object.get());
   }
   Atom address(procs, options.address.c_str());
-  MOXContainer value = procs.dictDeepGet(root.get(), address.get());
+  MOXContainer value = procs.posDict.DeepGet(root.get(), address.get());
   if (value == nullptr) {
     FailInput(input.name() + ": error: nothing at '" + options.address + "'" +
               ExplainMiss(procs, root.get(), object.get(), options.address));

@@ -182,7 +182,7 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
       return Refuse("nesting deeper than " + std::to_string(options_.maxDepth) + " levels at " +
                     DescribeNextPath() + " (see --max-depth)");
     }
-    Ref container(procs_, isDict ? procs_.newDict() : procs_.newArray());
+    Ref container(procs_, isDict ? procs_.posDict.NewPOSDict() : procs_.posArray.NewPOSArray());
     if (!container) return Refuse("the library made no container");
     Level level{std::move(container), isDict, NextPath(), {}, 0, 0, {}, {}};
     levels_.push_back(std::move(level));
@@ -190,7 +190,7 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
   }
 
   bool AddNumber(double value) {
-    Ref number(procs_, procs_.newNumber(value));
+    Ref number(procs_, procs_.posNumber.NewPOSNumber(value));
     return Add(number);
   }
 
@@ -204,10 +204,11 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
     }
     Ref value;
     if (FitsLatin1(text)) {
-      value = Ref(procs_, procs_.newString(ToLatin1(text).c_str()));
+      value = Ref(procs_, procs_.posString.NewPOSString(ToLatin1(text).c_str()));
     } else {
       std::u16string units = ToUtf16(text);
-      value = Ref(procs_, procs_.newUnicode(reinterpret_cast<const uint16_t*>(units.c_str())));
+      value = Ref(procs_, procs_.posUnicodeString.NewPOSUnicodeString(
+                              reinterpret_cast<const uint16_t*>(units.c_str())));
     }
     return Add(value);
   }
@@ -231,7 +232,8 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
       Refuse("the type name of the binary data at " + DescribePath(level.path) + " holds U+0000");
       return Ref();
     }
-    Ref binData(procs_, procs_.newBinData(level.binDataType->c_str(), bytes.data(), bytes.size()));
+    Ref binData(procs_, procs_.posBinData.NewPOSBinData(level.binDataType->c_str(), bytes.data(),
+                                                        bytes.size()));
     if (!binData) Refuse("the library refused the binary data at " + DescribePath(level.path));
     return binData;
   }
@@ -245,9 +247,9 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
     Level& level = levels_.back();
     if (level.isDict) {
       Atom key(procs_, level.key.c_str());
-      procs_.dictPut(level.container.get(), key.get(), value.get());
+      procs_.posDict.Put(level.container.get(), key.get(), value.get());
     } else {
-      procs_.arrayAppend(level.container.get(), value.get());
+      procs_.posArray.Append(level.container.get(), value.get());
       ++level.index;
     }
     return true;

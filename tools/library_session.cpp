@@ -4,7 +4,7 @@
 #include <new>
 
 #include "diagnostics.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace posctl {
 namespace {
@@ -64,9 +64,10 @@ std::vector<std::string> LibrarySession::CollectedReports() const {
 
 std::string LibrarySession::TakeErrorText(MOXErrorRef error) const {
   if (error == nullptr) return "";
-  MOXStringAtom message = procs_.errorMessage(error);
-  std::string text = message != nullptr ? procs_.atomText(message) : "unknown runtime error";
-  procs_.errorRelease(error);
+  MOXStringAtom message = procs_.error.GetErrorMessage(error);
+  std::string text =
+      message != nullptr ? procs_.string.GetCString(message) : "unknown runtime error";
+  procs_.error.Release(error);
   return text;
 }
 
@@ -79,7 +80,7 @@ std::string DescribeLibraryVersion() {
 }
 
 Ref::Ref(const Procs& procs, MOXContainer container) : procs_(&procs), container_(container) {
-  if (container_ != nullptr && procs_->containerAddRef(container_) == 0) {
+  if (container_ != nullptr && procs_->container.AddRef(container_) == 0) {
     throw std::runtime_error("the runtime refused a reference to a container");
   }
 }
@@ -89,15 +90,16 @@ Ref::Ref(const Ref& other) : procs_(other.procs_) {
 }
 
 Ref::~Ref() {
-  if (container_ != nullptr) procs_->containerRelease(container_);
+  if (container_ != nullptr) procs_->container.Release(container_);
 }
 
-Atom::Atom(const Procs& procs, const char* text) : procs_(procs), atom_(procs.newAtom(text)) {
+Atom::Atom(const Procs& procs, const char* text)
+    : procs_(procs), atom_(procs.string.NewStringAtom(text)) {
   if (atom_ == nullptr) throw std::bad_alloc();
 }
 
 Atom::~Atom() {
-  procs_.deleteAtom(atom_);
+  procs_.string.DeleteStringAtom(atom_);
 }
 
 }  // namespace posctl

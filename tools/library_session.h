@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "MOXRuntimeProcs.h"
-#include "moxhost/ComponentProcs.h"
+#include "moxhost/component_procs.h"
 
 namespace moxhost {
 class LoadedLibrary;

@@ -24,7 +24,7 @@ Ref ReadNotation(LibrarySession& session, const InputSource& input, size_t maxDe
   const Procs& procs = session.procs();
   session.StartCollectingReports();
   const char* stop = nullptr;
-  Ref object(procs, procs.createFromText(text.c_str(), &stop));
+  Ref object(procs, procs.posStatics.CreateFromText(text.c_str(), &stop));
   if (object) return object;
   if (stop == nullptr) {
     // No syntax error: the library failed for another reason, which it has

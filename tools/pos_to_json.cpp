@@ -76,20 +76,21 @@ class JsonWriter {
   }
 
   void Value(MOXContainer object, size_t depth) {
-    if (procs_.isNumber(object)) return Number(procs_.numberGet(object));
-    if (procs_.isString(object)) return EmitString(Latin1ToUtf8(procs_.stringGet(object)));
-    if (procs_.isUnicode(object)) {
+    if (procs_.posNumber.IsPOSNumber(object)) return Number(procs_.posNumber.Get(object));
+    if (procs_.posString.IsPOSString(object))
+      return EmitString(Latin1ToUtf8(procs_.posString.Get(object)));
+    if (procs_.posUnicodeString.IsPOSUnicodeString(object)) {
       std::string utf8;
       size_t badUnit = 0;
-      if (!Utf16ToUtf8(procs_.unicodeGet(object), &utf8, &badUnit)) {
+      if (!Utf16ToUtf8(procs_.posUnicodeString.Get(object), &utf8, &badUnit)) {
         Refuse("an unpaired surrogate (unit " + std::to_string(badUnit) + ") of a Unicode string");
       }
       return EmitString(utf8);
     }
-    if (procs_.isBinData(object)) return BinData(object, depth);
-    if (procs_.isArray(object)) return Array(object, depth);
-    if (procs_.isDict(object)) return Dict(object, depth);
-    if (procs_.isRawPointer(object)) Refuse("a raw pointer");
+    if (procs_.posBinData.IsPOSBinData(object)) return BinData(object, depth);
+    if (procs_.posArray.IsPOSArray(object)) return Array(object, depth);
+    if (procs_.posDict.IsPOSDict(object)) return Dict(object, depth);
+    if (procs_.posRawPointer.IsPOSRawPointer(object)) Refuse("a raw pointer");
     Refuse("an object of no known class");
   }
 
@@ -107,9 +108,9 @@ class JsonWriter {
 
   void BinData(MOXContainer object, size_t depth) {
     static const char kDigits[] = "0123456789ABCDEF";
-    const char* type = procs_.binDataType(object);
-    const uint64_t size = procs_.binDataSize(object);
-    const auto* bytes = static_cast<const unsigned char*>(procs_.binDataBytes(object));
+    const char* type = procs_.posBinData.GetTypeName(object);
+    const uint64_t size = procs_.posBinData.GetSize(object);
+    const auto* bytes = static_cast<const unsigned char*>(procs_.posBinData.GetBinData(object));
     if (out_ == nullptr) return;
     Emit("{");
     NewLine(depth + 1);
@@ -136,7 +137,7 @@ class JsonWriter {
   }
 
   void Array(MOXContainer array, size_t depth) {
-    const uint32_t count = procs_.arrayCount(array);
+    const uint32_t count = procs_.posArray.Count(array);
     if (count == 0) return Emit("[]");
     Emit("[");
     path_.push_back(Step{});
@@ -144,7 +145,7 @@ class JsonWriter {
       path_.back().index = i;
       if (i > 0) Emit(",");
       NewLine(depth + 1);
-      MOXContainer member = procs_.arrayGetAt(array, i);
+      MOXContainer member = procs_.posArray.GetAt(array, i);
       if (member == nullptr) Refuse("a hole");
       Value(member, depth + 1);
     }
@@ -154,15 +155,16 @@ class JsonWriter {
   }
 
   void Dict(MOXContainer dict, size_t depth) {
-    Ref iterator(procs_, procs_.newDictIterator(dict));
+    Ref iterator(procs_, procs_.posDictIterator.NewPOSDictIterator(dict));
     if (!iterator) Refuse("a dictionary the library can't iterate");
-    procs_.iteratorBegin(iterator.get());
-    if (procs_.iteratorIsDone(iterator.get())) return Emit("{}");
+    procs_.posDictIterator.Begin(iterator.get());
+    if (procs_.posDictIterator.IsDone(iterator.get())) return Emit("{}");
     Emit("{");
     path_.push_back(Step{{}, 0, true});
     bool first = true;
-    for (; !procs_.iteratorIsDone(iterator.get()); procs_.iteratorNext(iterator.get())) {
-      const char* key = procs_.iteratorKey(iterator.get());
+    for (; !procs_.posDictIterator.IsDone(iterator.get());
+         procs_.posDictIterator.Next(iterator.get())) {
+      const char* key = procs_.posDictIterator.CurKey(iterator.get());
       path_.back().key = key;
       if (!first) Emit(",");
       first = false;
@@ -170,7 +172,7 @@ class JsonWriter {
       EmitString(BytesToUtf8(key));
       Emit(options_.compact ? ":" : ": ");
       Atom keyAtom(procs_, key);
-      MOXContainer value = procs_.dictGet(dict, keyAtom.get());
+      MOXContainer value = procs_.posDict.Get(dict, keyAtom.get());
       if (value == nullptr) Refuse("a key without a value");
       Value(value, depth + 1);
     }

@@ -16,7 +16,7 @@ struct FileSink {
 };
 
 MOXErrorRef SinkError(FileSink* sink, const char* text) {
-  return sink->procs->newError(text, "posctl", 0, 0, 0);
+  return sink->procs->error.NewError(text, "posctl", 0, 0, 0);
 }
 
 MOXErrorRef SinkRead(void* client, uint64_t* count, void*, uint64_t) {
@@ -68,7 +68,9 @@ RuntimeStream::RuntimeStream(LibrarySession& session, MOXContainer stream)
     Atom methodName(procs, name);
     Atom procTypeName(procs, procType);
     void* proc = nullptr;
-    Check(procs.getMethod(&proc, stream_.get(), methodName.get(), procTypeName.get(), true), name);
+    Check(
+        procs.container.GetMethod(&proc, stream_.get(), methodName.get(), procTypeName.get(), true),
+        name);
     return proc;
   };
   read_ = reinterpret_cast<MOXSimpleStreamReadProc>(method("Read", "MOXSimpleStreamReadProc"));
@@ -82,7 +84,8 @@ RuntimeStream::RuntimeStream(LibrarySession& session, MOXContainer stream)
 RuntimeStream RuntimeStream::OpenFile(LibrarySession& session, const std::string& path,
                                       const char* mode) {
   MOXContainer stream = nullptr;
-  MOXErrorRef error = session.procs().newFileStream(&stream, path.c_str(), mode);
+  MOXErrorRef error =
+      session.procs().streamFactory.NewPositionableFileStream(&stream, path.c_str(), mode);
   if (error != nullptr) FailInput("posctl: error: " + session.TakeErrorText(error));
   return RuntimeStream(session, stream);
 }
@@ -92,8 +95,9 @@ RuntimeStream RuntimeStream::ToFile(LibrarySession& session, FILE* out) {
   auto* sink = new FileSink{&procs, out};
   MOXContainer stream = nullptr;
   // The runtime owns the sink from here on, also when the call fails.
-  MOXErrorRef error = procs.newClientStream(&stream, sink, SinkRead, SinkWrite, SinkCopy,
-                                            SinkRewind, SinkCopy, SinkMark, SinkSeek, SinkRelease);
+  MOXErrorRef error = procs.streamFactory.NewClientPositionableStream(
+      &stream, sink, SinkRead, SinkWrite, SinkCopy, SinkRewind, SinkCopy, SinkMark, SinkSeek,
+      SinkRelease);
   if (error != nullptr) FailInput("posctl: error: " + session.TakeErrorText(error));
   return RuntimeStream(session, stream);
 }

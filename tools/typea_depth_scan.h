@@ -1,8 +1,9 @@
 // A pass over TypeA input before the library reads it. The library's reader
-// recurses once per level of nesting with no limit of its own, so posctl
-// measures the nesting first and refuses what would run the stack out. The
-// pass streams the file in blocks: inputs of hundreds of megabytes never sit
-// in memory.
+// recurses once per level of nesting and refuses the input only when the
+// thread's stack runs short, at a depth that depends on the stack and the
+// build, so posctl measures the nesting first and refuses anything beyond its
+// own limit, the same on every machine. The pass streams the file in blocks:
+// inputs of hundreds of megabytes never sit in memory.
 #ifndef POSCTL_TYPEA_DEPTH_SCAN_H_
 #define POSCTL_TYPEA_DEPTH_SCAN_H_
 

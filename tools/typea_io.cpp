@@ -19,7 +19,7 @@ std::string JoinReports(const std::vector<std::string>& reports, const char* fal
 
 Ref NewStreamer(LibrarySession& session) {
   const Procs& procs = session.procs();
-  Ref streamer(procs, procs.newStreamer());
+  Ref streamer(procs, procs.posStreamer.NewPOSStreamer());
   if (!streamer) FailInput("posctl: error: the library made no streamer");
   return streamer;
 }
@@ -68,7 +68,7 @@ Ref TypeAReader::Next() {
   lastStart_ = stream_.Position();
   session_.StartCollectingReports();
   const Procs& procs = session_.procs();
-  Ref object(procs, procs.deserialize(streamer_.get(), stream_.handle()));
+  Ref object(procs, procs.posStreamer.Deserialize(streamer_.get(), stream_.handle()));
   if (!object) {
     const std::string message =
         JoinReports(session_.CollectedReports(), "the streamer read nothing");
@@ -94,7 +94,7 @@ void WriteTypeA(LibrarySession& session, RuntimeStream& out, MOXContainer object
   const Procs& procs = session.procs();
   Ref streamer = NewStreamer(session);
   session.StartCollectingReports();
-  if (!procs.serialize(streamer.get(), out.handle(), object, nullptr)) {
+  if (!procs.posStreamer.Serialize(streamer.get(), out.handle(), object, nullptr)) {
     FailInput("posctl: error: writing TypeA failed: " +
               JoinReports(session.CollectedReports(), "the streamer gave no reason"));
   }

@@ -6,74 +6,20 @@
 
 namespace {
 
-// ---- Factory table -------------------------------------------------------------
-
-constexpr MOXMethodRow kStreamFactoryRows[] = {
-    MOX_CLIENT_ROW("NewPositionableMemoryStream", MOXNewPositionableMemoryStreamProc),
-    MOX_CLIENT_ROW("NewPositionableBufferStream", MOXNewPositionableBufferStreamProc),
-    MOX_CLIENT_ROW("NewPositionableFileStream", MOXNewPositionableFileStreamProc),
-    MOX_CLIENT_ROW("NewClientSimpleStream", MOXNewClientSimpleStreamProc),
-    MOX_CLIENT_ROW("NewClientRewindableStream", MOXNewClientRewindableStreamProc),
-    MOX_CLIENT_ROW("NewClientPositionableStream", MOXNewClientPositionableStreamProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr size_t kStreamFactoryCount = sizeof(kStreamFactoryRows) / sizeof(MOXMethodRow) - 1;
-static_assert(kStreamFactoryCount == 6, "the factory has six methods");
-
-void* gStreamFactorySlots[kStreamFactoryCount];
-
-// ---- Per-signature rows ----------------------------------------------------------
-
-constexpr MOXMethodRow kSimpleStreamRows[] = {
-    MOX_CLIENT_ROW("Read", MOXSimpleStreamReadProc),
-    MOX_CLIENT_ROW("Write", MOXSimpleStreamWriteProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr MOXMethodRow kRewindableStreamRows[] = {
-    MOX_CLIENT_ROW("CreateIndependentlyRewindableStream",
-                   MOXRewindableStreamCreateIndependentlyRewindableStreamProc),
-    MOX_CLIENT_ROW("Rewind", MOXRewindableStreamRewindProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr MOXMethodRow kPositionableStreamRows[] = {
-    MOX_CLIENT_ROW("CreateIndependentlyPositionableStream",
-                   MOXPositionableStreamCreateIndependentlyPositionableStreamProc),
-    MOX_CLIENT_ROW("Mark", MOXPositionableStreamMarkProc),
-    MOX_CLIENT_ROW("Seek", MOXPositionableStreamSeekProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr uint64_t kSimpleStreamMethods = 2;
-constexpr uint64_t kRewindableStreamMethods = 2;
-constexpr uint64_t kPositionableStreamMethods = 3;
+void* gStreamFactorySlots[MOXStreamFactorySlots::kMethodCount];
 
 // Constant-initialised, so that the termination members below can link their
 // lists whatever the order of static construction.
-MOX_T_MT::MOXVTabListGeneric gSimpleStreamList = {{nullptr, 0}, 0, kSimpleStreamMethods};
-MOX_T_MT::MOXVTabListGeneric gRewindableStreamList = {{nullptr, 0}, 0, kRewindableStreamMethods};
+MOX_T_MT::MOXVTabListGeneric gSimpleStreamList = {
+    {nullptr, 0}, 0, MOXSimpleStreamSlots::kMethodCount};
+MOX_T_MT::MOXVTabListGeneric gRewindableStreamList = {
+    {nullptr, 0}, 0, MOXRewindableStreamSlots::kMethodCount};
 MOX_T_MT::MOXVTabListGeneric gPositionableStreamList = {
-    {nullptr, 0}, 0, kPositionableStreamMethods};
+    {nullptr, 0}, 0, MOXPositionableStreamSlots::kMethodCount};
 
 MOX_T_MT::CMOXSimpleStreamTerminate gSimpleStreamTerminate;
 MOX_T_MT::CMOXRewindableStreamTerminate gRewindableStreamTerminate;
 MOX_T_MT::CMOXPositionableStreamTerminate gPositionableStreamTerminate;
-
-bool FetchSimpleStream(MOXContainer container, bool quiet, void** procs) {
-  return MOX_T_MT::MOXFetchMethods(kSimpleStreamRows, kSimpleStreamMethods, container, quiet,
-                                   procs);
-}
-bool FetchRewindableStream(MOXContainer container, bool quiet, void** procs) {
-  return MOX_T_MT::MOXFetchMethods(kRewindableStreamRows, kRewindableStreamMethods, container,
-                                   quiet, procs);
-}
-bool FetchPositionableStream(MOXContainer container, bool quiet, void** procs) {
-  return MOX_T_MT::MOXFetchMethods(kPositionableStreamRows, kPositionableStreamMethods, container,
-                                   quiet, procs);
-}
-
-template <typename Proc>
-Proc FactorySlot(size_t slot) {
-  return gMOXStreamFactoryTable.Slot<Proc>(slot);
-}
 
 // The factory table, or null when it can't be bound.
 bool BindStreamFactory() {
@@ -112,21 +58,21 @@ void* AsClientPointer(MOX_T_MT::MOXClientSimpleStream* client) {
 
 }  // namespace
 
-MOXInterfaceTable gMOXStreamFactoryTable("MOXStreamFactoryInterface", kStreamFactoryRows,
-                                         kStreamFactoryCount, gStreamFactorySlots, true);
+TMOXInterfaceTable<MOXStreamFactorySlots::Slot> gMOXStreamFactoryTable(
+    MOX_STREAM_FACTORY_INTERFACE_NAME, gStreamFactorySlots, true);
 
 MOXContainer MOXNewPositionableMemoryStream() {
   if (!BindStreamFactory()) return nullptr;
   MOXContainer stream = nullptr;
   MOXCheck(
-      FactorySlot<MOXNewPositionableMemoryStreamProc>(kMOXNewPositionableMemoryStream)(&stream));
+      gMOXStreamFactoryTable.Proc<MOXStreamFactorySlots::NewPositionableMemoryStream>()(&stream));
   return stream;
 }
 
 MOXContainer MOXNewPositionableFileStream(const char* path, const char* mode) {
   if (!BindStreamFactory()) return nullptr;
   MOXContainer stream = nullptr;
-  MOXCheck(FactorySlot<MOXNewPositionableFileStreamProc>(kMOXNewPositionableFileStream)(
+  MOXCheck(gMOXStreamFactoryTable.Proc<MOXStreamFactorySlots::NewPositionableFileStream>()(
       &stream, path, mode));
   return stream;
 }
@@ -146,13 +92,15 @@ MOXVTabListGeneric* MOXPositionableStreamVTabList() {
 }
 
 void** MOXLookupSimpleStreamProcs(MOXContainer stream) {
-  return MOXLookupProcTable(&gSimpleStreamList, &FetchSimpleStream, stream);
+  return MOXLookupProcTable(&gSimpleStreamList, &MOXFetchSlots<MOXSimpleStreamSlots::Slot>, stream);
 }
 void** MOXLookupRewindableStreamProcs(MOXContainer stream) {
-  return MOXLookupProcTable(&gRewindableStreamList, &FetchRewindableStream, stream);
+  return MOXLookupProcTable(&gRewindableStreamList, &MOXFetchSlots<MOXRewindableStreamSlots::Slot>,
+                            stream);
 }
 void** MOXLookupPositionableStreamProcs(MOXContainer stream) {
-  return MOXLookupProcTable(&gPositionableStreamList, &FetchPositionableStream, stream);
+  return MOXLookupProcTable(&gPositionableStreamList,
+                            &MOXFetchSlots<MOXPositionableStreamSlots::Slot>, stream);
 }
 
 }  // namespace MOX_T_MT
@@ -166,9 +114,9 @@ CMOXPositionableStreamRef::CMOXPositionableStreamRef(MOXContainer stream)
       fPositionableProcs(nullptr) {
   // A throw below leaves through the base's destructor, which drops the
   // reference just taken.
-  fSimpleProcs = MOX_T_MT::MOXLookupSimpleStreamProcs(fContainer);
-  fRewindableProcs = MOX_T_MT::MOXLookupRewindableStreamProcs(fContainer);
-  fPositionableProcs = MOX_T_MT::MOXLookupPositionableStreamProcs(fContainer);
+  fSimpleProcs = MOX_T_MT::MOXLookupSimpleStreamProcs(Container());
+  fRewindableProcs = MOX_T_MT::MOXLookupRewindableStreamProcs(Container());
+  fPositionableProcs = MOX_T_MT::MOXLookupPositionableStreamProcs(Container());
 }
 
 CMOXPositionableStreamRef::CMOXPositionableStreamRef(const CMOXPositionableStreamRef& other)
@@ -202,7 +150,9 @@ CMOXPositionableStreamRef& CMOXPositionableStreamRef::operator=(
 }
 
 void CMOXPositionableStreamRef::Swap(CMOXPositionableStreamRef& other) noexcept {
-  std::swap(fContainer, other.fContainer);
+  MOXContainer mine = Detach();
+  Attach(other.Detach());
+  other.Attach(mine);
   std::swap(fSimpleProcs, other.fSimpleProcs);
   std::swap(fRewindableProcs, other.fRewindableProcs);
   std::swap(fPositionableProcs, other.fPositionableProcs);
@@ -210,44 +160,40 @@ void CMOXPositionableStreamRef::Swap(CMOXPositionableStreamRef& other) noexcept 
 
 uint64_t CMOXPositionableStreamRef::Read(void* buffer, uint64_t size) const {
   uint64_t count = 0;
-  MOXCheck(SimpleProc<MOXSimpleStreamReadProc>(MOX_T_MT::kMOXStreamRead)(fContainer, &count, buffer,
-                                                                         size));
+  MOXCheck(SimpleProc<MOXSimpleStreamSlots::Read>()(Container(), &count, buffer, size));
   return count;
 }
 
 void CMOXPositionableStreamRef::Write(const void* buffer, uint64_t size) const {
-  MOXCheck(
-      SimpleProc<MOXSimpleStreamWriteProc>(MOX_T_MT::kMOXStreamWrite)(fContainer, buffer, size));
+  MOXCheck(SimpleProc<MOXSimpleStreamSlots::Write>()(Container(), buffer, size));
 }
 
 MOXContainer CMOXPositionableStreamRef::CreateIndependentlyRewindableStream() const {
   MOXContainer stream = nullptr;
-  MOXCheck(RewindableProc<MOXRewindableStreamCreateIndependentlyRewindableStreamProc>(
-      MOX_T_MT::kMOXStreamCreateIndependentlyRewindable)(fContainer, &stream));
+  MOXCheck(RewindableProc<MOXRewindableStreamSlots::CreateIndependentlyRewindableStream>()(
+      Container(), &stream));
   return stream;
 }
 
 void CMOXPositionableStreamRef::Rewind() const {
-  MOXCheck(RewindableProc<MOXRewindableStreamRewindProc>(MOX_T_MT::kMOXStreamRewind)(fContainer));
+  MOXCheck(RewindableProc<MOXRewindableStreamSlots::Rewind>()(Container()));
 }
 
 MOXContainer CMOXPositionableStreamRef::CreateIndependentlyPositionableStream() const {
   MOXContainer stream = nullptr;
-  MOXCheck(PositionableProc<MOXPositionableStreamCreateIndependentlyPositionableStreamProc>(
-      MOX_T_MT::kMOXStreamCreateIndependentlyPositionable)(fContainer, &stream));
+  MOXCheck(PositionableProc<MOXPositionableStreamSlots::CreateIndependentlyPositionableStream>()(
+      Container(), &stream));
   return stream;
 }
 
 int64_t CMOXPositionableStreamRef::Mark() const {
   int64_t position = 0;
-  MOXCheck(PositionableProc<MOXPositionableStreamMarkProc>(MOX_T_MT::kMOXStreamMark)(fContainer,
-                                                                                     &position));
+  MOXCheck(PositionableProc<MOXPositionableStreamSlots::Mark>()(Container(), &position));
   return position;
 }
 
 void CMOXPositionableStreamRef::Seek(int64_t position, int32_t mode) const {
-  MOXCheck(PositionableProc<MOXPositionableStreamSeekProc>(MOX_T_MT::kMOXStreamSeek)(
-      fContainer, position, mode));
+  MOXCheck(PositionableProc<MOXPositionableStreamSlots::Seek>()(Container(), position, mode));
 }
 
 // ---- Client stream classes -------------------------------------------------------------
@@ -318,7 +264,7 @@ MOXContainer MOXNewClientSimpleStream(MOX_T_MT::MOXClientSimpleStream* client) {
   // From here on the object is the runtime's, whatever the call returns.
   MOXContainer stream = nullptr;
   namespace A = MOXClientStreamAdapters;
-  MOXCheck(FactorySlot<MOXNewClientSimpleStreamProc>(kMOXNewClientSimpleStream)(
+  MOXCheck(gMOXStreamFactoryTable.Proc<MOXStreamFactorySlots::NewClientSimpleStream>()(
       &stream, AsClientPointer(client), &A::Read, &A::Write, &A::Release));
   return stream;
 }
@@ -327,7 +273,7 @@ MOXContainer MOXNewClientRewindableStream(MOX_T_MT::MOXClientRewindableStream* c
   if (!BindStreamFactoryFor(client)) return nullptr;
   MOXContainer stream = nullptr;
   namespace A = MOXClientStreamAdapters;
-  MOXCheck(FactorySlot<MOXNewClientRewindableStreamProc>(kMOXNewClientRewindableStream)(
+  MOXCheck(gMOXStreamFactoryTable.Proc<MOXStreamFactorySlots::NewClientRewindableStream>()(
       &stream, AsClientPointer(client), &A::Read, &A::Write,
       &A::CreateIndependentlyRewindableStream, &A::Rewind, &A::Release));
   return stream;
@@ -337,7 +283,7 @@ MOXContainer MOXNewClientPositionableStream(MOX_T_MT::MOXClientPositionableStrea
   if (!BindStreamFactoryFor(client)) return nullptr;
   MOXContainer stream = nullptr;
   namespace A = MOXClientStreamAdapters;
-  MOXCheck(FactorySlot<MOXNewClientPositionableStreamProc>(kMOXNewClientPositionableStream)(
+  MOXCheck(gMOXStreamFactoryTable.Proc<MOXStreamFactorySlots::NewClientPositionableStream>()(
       &stream, AsClientPointer(client), &A::Read, &A::Write,
       &A::CreateIndependentlyRewindableStream, &A::Rewind,
       &A::CreateIndependentlyPositionableStream, &A::Mark, &A::Seek, &A::Release));

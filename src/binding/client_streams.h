@@ -32,18 +32,10 @@
 
 // ---- The runtime's stream factory ----------------------------------------------
 
-// "MOXStreamFactoryInterface", bound on demand: a failed load clears slot 0.
-extern MOXInterfaceTable gMOXStreamFactoryTable;
+MOX_DEFINE_SLOTS(MOXStreamFactorySlots, MOX_STREAM_FACTORY_INTERFACE_METHODS)
 
-// Slots of the factory table.
-enum MOXStreamFactorySlot : size_t {
-  kMOXNewPositionableMemoryStream = 0,
-  kMOXNewPositionableBufferStream = 1,
-  kMOXNewPositionableFileStream = 2,
-  kMOXNewClientSimpleStream = 3,
-  kMOXNewClientRewindableStream = 4,
-  kMOXNewClientPositionableStream = 5,
-};
+// "MOXStreamFactoryInterface", bound on demand: a failed load clears slot 0.
+extern TMOXInterfaceTable<MOXStreamFactorySlots::Slot> gMOXStreamFactoryTable;
 
 // A new, empty memory stream of the runtime, unowned (count zero). Null when
 // the factory can't be bound (once the library is bound, a failed lookup
@@ -55,21 +47,14 @@ MOXContainer MOXNewPositionableMemoryStream();
 // can't be opened) is thrown.
 MOXContainer MOXNewPositionableFileStream(const char* path, const char* mode);
 
-namespace MOX_T_MT {
-
 // ---- Per-signature method tables of the three stream interfaces ----------------
 
-// Slots of each level's table, in the runtime's row order.
-enum MOXSimpleStreamSlot : size_t { kMOXStreamRead = 0, kMOXStreamWrite = 1 };
-enum MOXRewindableStreamSlot : size_t {
-  kMOXStreamCreateIndependentlyRewindable = 0,
-  kMOXStreamRewind = 1,
-};
-enum MOXPositionableStreamSlot : size_t {
-  kMOXStreamCreateIndependentlyPositionable = 0,
-  kMOXStreamMark = 1,
-  kMOXStreamSeek = 2,
-};
+// The slots of each level's table.
+MOX_DEFINE_SLOTS(MOXSimpleStreamSlots, MOX_SIMPLE_STREAM_METHODS)
+MOX_DEFINE_SLOTS(MOXRewindableStreamSlots, MOX_REWINDABLE_STREAM_METHODS)
+MOX_DEFINE_SLOTS(MOXPositionableStreamSlots, MOX_POSITIONABLE_STREAM_METHODS)
+
+namespace MOX_T_MT {
 
 // The lists of method tables, one entry per signature seen.
 MOXVTabListGeneric* MOXSimpleStreamVTabList();
@@ -136,20 +121,25 @@ class CMOXPositionableStreamRef : public CMOXContainerRef {
 
   // A slot of one level's table. Another thread may refresh the entry while
   // it is read: a slot is one aligned pointer, and both values are valid.
-  template <typename Proc>
-  Proc SimpleProc(size_t slot) const {
-    return MOX_T_MT::MOXProcAt<Proc>(fSimpleProcs, slot);
+  template <MOXSimpleStreamSlots::Slot kSlot>
+  MOXProcOf<kSlot> SimpleProc() const {
+    return MOXProcAt<kSlot>(fSimpleProcs);
   }
-  template <typename Proc>
-  Proc RewindableProc(size_t slot) const {
-    return MOX_T_MT::MOXProcAt<Proc>(fRewindableProcs, slot);
+  template <MOXRewindableStreamSlots::Slot kSlot>
+  MOXProcOf<kSlot> RewindableProc() const {
+    return MOXProcAt<kSlot>(fRewindableProcs);
   }
-  template <typename Proc>
-  Proc PositionableProc(size_t slot) const {
-    return MOX_T_MT::MOXProcAt<Proc>(fPositionableProcs, slot);
+  template <MOXPositionableStreamSlots::Slot kSlot>
+  MOXProcOf<kSlot> PositionableProc() const {
+    return MOXProcAt<kSlot>(fPositionableProcs);
   }
 
-  // The fProcs of the list entries of the stream's signature.
+  // The fProcs of the list entries of the stream's signature, one per level.
+  void** SimpleProcs() const { return fSimpleProcs; }
+  void** RewindableProcs() const { return fRewindableProcs; }
+  void** PositionableProcs() const { return fPositionableProcs; }
+
+ private:
   void** fSimpleProcs;
   void** fRewindableProcs;
   void** fPositionableProcs;

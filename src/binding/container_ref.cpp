@@ -6,14 +6,14 @@
 
 void* MOXNGetInstance(MOXContainer container, const CMOXStringHolder& name) {
   void* instance = nullptr;
-  MOXCheck(MOXContainerProcs::NGetInstance(&instance, container, name.fAtom));
+  MOXCheck(MOXContainerProcs::NGetInstance(&instance, container, name.Atom()));
   return instance;
 }
 
 void* MOXFindInstance(MOXContainer container, const CMOXStringHolder& name) {
   if (container != nullptr) {
     const MOXPrimaryInstanceRecord* record = MOXPrimaryRecord(container);
-    if (record->instanceName == name.fCString) return record->instance;
+    if (record->instanceName == name.CString()) return record->instance;
   }
   return MOXNGetInstance(container, name);
 }
@@ -23,6 +23,14 @@ CMOXContainerRef::CMOXContainerRef(MOXContainer container, bool adopt) : fContai
     fContainer = nullptr;
     MOXThrowInvalidContainer();
   }
+}
+
+CMOXContainerRef CMOXContainerRef::Adopt(MOXContainer container) noexcept {
+  return CMOXContainerRef(container, true);
+}
+
+CMOXContainerRef CMOXContainerRef::Retain(MOXContainer container) {
+  return CMOXContainerRef(container, false);
 }
 
 CMOXContainerRef::CMOXContainerRef(MOXContainer container) : fContainer(container) {
@@ -73,14 +81,13 @@ void MOXNewContainer(CMOXContainerRef& handle, uintptr_t a, uintptr_t b, uintptr
                      uintptr_t e) {
   MOXContainer container = nullptr;
   MOXCheck(MOXContainerProcs::NewContainer(&container, a, b, c, d, e));
-  CMOXContainerRef adopted(container, true);
-  handle = std::move(adopted);
+  handle = CMOXContainerRef::Adopt(container);
 }
 
 MOXContainer MOXNewFullContainer(void* instance, const CMOXStringHolder& instanceName,
                                  MOXReleaseProc destroy, const CMOXStringHolder& interfaceName) {
   MOXContainer container = nullptr;
-  MOXCheck(MOXContainerProcs::NewFullContainer(&container, instance, instanceName.fAtom, destroy,
-                                               interfaceName.fAtom));
+  MOXCheck(MOXContainerProcs::NewFullContainer(&container, instance, instanceName.Atom(), destroy,
+                                               interfaceName.Atom()));
   return container;
 }

@@ -21,16 +21,22 @@ void* MOXFindInstance(MOXContainer container, const CMOXStringHolder& name);
 // NGetInstance with a local out-variable; an error is thrown.
 void* MOXNGetInstance(MOXContainer container, const CMOXStringHolder& name);
 
+// Owns one reference to a container, or nothing. One handle belongs to one
+// thread at a time; the container's count is the runtime's and may change
+// from any thread.
 class CMOXContainerRef {
  public:
   CMOXContainerRef() noexcept : fContainer(nullptr) {}
-  // Holds `container`: takes over the caller's reference with `adopt`,
-  // otherwise takes one (not for null). "invalid container" when the runtime
-  // refuses the reference.
-  CMOXContainerRef(MOXContainer container, bool adopt);
   // Counted: takes a reference even for null, so that a null container
   // raises "invalid container" on a runtime that refuses it.
   explicit CMOXContainerRef(MOXContainer container);
+  // Takes over the caller's reference to `container`: no AddRef. Null gives
+  // an empty handle.
+  static CMOXContainerRef Adopt(MOXContainer container) noexcept;
+  // Takes a reference of its own to `container`, the caller keeping theirs;
+  // null gives an empty handle. "invalid container" when the runtime refuses
+  // the reference.
+  static CMOXContainerRef Retain(MOXContainer container);
   // Copying an empty handle gives an empty handle without error.
   CMOXContainerRef(const CMOXContainerRef& other);
   CMOXContainerRef(CMOXContainerRef&& other) noexcept : fContainer(other.fContainer) {
@@ -49,8 +55,24 @@ class CMOXContainerRef {
   // may be zero, for its next owner.
   MOXContainer GiveAway();
 
-  MOXContainer Get() const { return fContainer; }
+  // The container, still owned by the handle; null when empty.
+  MOXContainer Container() const { return fContainer; }
   bool IsEmpty() const { return fContainer == nullptr; }
+
+ protected:
+  // For handles that manage their reference themselves: Detach gives the
+  // container up with no call to the runtime, and the handle becomes empty;
+  // Attach stores a container in an empty handle, again with no call.
+  MOXContainer Detach() noexcept {
+    MOXContainer container = fContainer;
+    fContainer = nullptr;
+    return container;
+  }
+  void Attach(MOXContainer container) noexcept { fContainer = container; }
+
+ private:
+  // Stores `container`, taking a reference unless `adopt` or null.
+  CMOXContainerRef(MOXContainer container, bool adopt);
 
   MOXContainer fContainer;
 };

@@ -33,8 +33,8 @@ const char* CMOXError::what() const noexcept {
   if (fError == nullptr) return "Invalid CMOXError";
   // The error object keeps its message atom alive, so the text stays valid
   // after our own reference is dropped.
-  CMOXStringHolder message(MOXErrorProcs::GetErrorMessage(fError), false);
-  return message.fCString;
+  CMOXStringHolder message = CMOXStringHolder::Retain(MOXErrorProcs::GetErrorMessage(fError));
+  return message.CString();
 }
 
 }  // namespace MOX_T_MT
@@ -72,14 +72,15 @@ void MOXThrowCoreError(int32_t code) {
 }
 
 void MOXThrowFromError(MOXErrorRef error) {
-  CMOXError taken(error);
+  CMOXError taken = CMOXError::Adopt(error);
   bool outOfMemory = false;
   {
     CMOXStringHolder component =
-        taken.fError != nullptr ? CMOXStringHolder(MOXErrorProcs::GetComponent(taken.fError), false)
-                                : CMOXStringHolder("");
-    outOfMemory = component.fCString != nullptr && std::strcmp(component.fCString, "TOV") == 0 &&
-                  taken.fError != nullptr && MOXErrorProcs::GetID(taken.fError) == 1;
+        taken.Error() != nullptr
+            ? CMOXStringHolder::Retain(MOXErrorProcs::GetComponent(taken.Error()))
+            : CMOXStringHolder("");
+    outOfMemory = component.CString() != nullptr && std::strcmp(component.CString(), "TOV") == 0 &&
+                  taken.Error() != nullptr && MOXErrorProcs::GetID(taken.Error()) == 1;
   }
   // Exhausted memory crosses components as "TOV"/1 and becomes std::bad_alloc
   // again here; `taken` releases the error during unwinding.
@@ -89,8 +90,8 @@ void MOXThrowFromError(MOXErrorRef error) {
 
 MOXErrorRef MOXErrorFromException(const std::exception* exception) {
   if (const auto* error = dynamic_cast<const CMOXError*>(exception)) {
-    if (error->fError == nullptr) return nullptr;
-    return MOXErrorProcs::AddRef(error->fError);
+    if (error->Error() == nullptr) return nullptr;
+    return MOXErrorProcs::AddRef(error->Error());
   }
   if (dynamic_cast<const std::bad_alloc*>(exception) != nullptr) {
     return MOXErrorProcs::GetCoreError(1);
@@ -100,9 +101,9 @@ MOXErrorRef MOXErrorFromException(const std::exception* exception) {
 
 MOXErrorRef MOXErrorFromCurrentException(const std::exception& e) {
   CMOXError error(&e);
-  return MOXErrorProcs::AddRef(error.fError);
+  return MOXErrorProcs::AddRef(error.Error());
 }
 
 MOXErrorRef MOXErrorFromUnknownException() {
-  return MOXErrorProcs::AddRef(gUnknownError.fError);
+  return MOXErrorProcs::AddRef(gUnknownError.Error());
 }

@@ -43,7 +43,7 @@ class CMOXError : public std::exception {
   // Empty: no error object.
   CMOXError() noexcept : fError(nullptr) {}
   // Takes over the caller's reference to `error`; no AddRef.
-  explicit CMOXError(MOXErrorRef error) noexcept : fError(error) {}
+  static CMOXError Adopt(MOXErrorRef error) noexcept { return CMOXError(error); }
   // GetCoreError(code).
   explicit CMOXError(int32_t coreCode);
   // NewError with these five values.
@@ -56,6 +56,12 @@ class CMOXError : public std::exception {
 
   // The error's message. The text lives as long as the error object does.
   const char* what() const noexcept override;
+
+  // The error object, still owned by this exception; null when empty.
+  MOXErrorRef Error() const { return fError; }
+
+ private:
+  explicit CMOXError(MOXErrorRef error) noexcept : fError(error) {}
 
   MOXErrorRef fError;
 };

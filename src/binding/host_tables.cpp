@@ -57,70 +57,20 @@ void MOXInterfaceTable::Clear() {
 // ---- The four core interfaces ------------------------------------------------
 
 namespace {
-
-const MOXMethodRow kContainerRows[] = {
-    MOX_CLIENT_ROW("NewFullContainer", MOXNewFullContainerV5Proc),
-    MOX_CLIENT_ROW("NewContainer", MOXNewContainerV2Proc),
-    MOX_CLIENT_ROW("CloneContainer", MOXCloneContainerProc),
-    MOX_CLIENT_ROW("AddRef", MOXAddRefContainerV2Proc),
-    MOX_CLIENT_ROW("Release", MOXReleaseContainerProc),
-    MOX_CLIENT_ROW("DecrementWithoutDelete", MOXDecrementWithoutDeleteProc),
-    MOX_CLIENT_ROW("DeleteUnownedContainer", MOXDeleteUnownedContainerProc),
-    MOX_CLIENT_ROW("RegisterInterface", MOXRegisterInterfaceV2Proc),
-    MOX_CLIENT_ROW("RegisterInstance", MOXRegisterInstanceV2Proc),
-    MOX_CLIENT_ROW("GetMethod", MOXGetMethodV3Proc),
-    MOX_CLIENT_ROW("GetParentMethod", MOXGetParentMethodV2Proc),
-    MOX_CLIENT_ROW("GetInstance", MOXGetInstanceProc),
-    MOX_CLIENT_ROW("NGetInstance", MOXNGetInstanceProc),
-    MOX_CLIENT_ROW("GetSignature", MOXGetSignatureProc),
-    MOX_CLIENT_ROW("DebugGetRefCountAddr", MOXGetRefCountAddrProc),
-    MOX_CLIENT_ROW("GetOffsetToPrimaryInstance", MOXGetOffsetToPrimaryInstProc),
-    MOX_CLIENT_END_ROW,
-};
-
-const MOXMethodRow kErrorRows[] = {
-    MOX_CLIENT_ROW("NewError", MOXNewErrorProc),
-    MOX_CLIENT_ROW("GetCoreError", MOXGetCoreErrorProc),
-    MOX_CLIENT_ROW("AddRef", MOXErrorAddRefProcV2),
-    MOX_CLIENT_ROW("Release", MOXErrorReleaseProc),
-    MOX_CLIENT_ROW("GetErrorMessage", MOXErrorGetMessageProc),
-    MOX_CLIENT_ROW("GetComponent", MOXErrorGetComponentProc),
-    MOX_CLIENT_ROW("GetID", MOXErrorGetIDProc),
-    MOX_CLIENT_ROW("GetErrorInfo", MOXGetErrorInfoProc),
-    MOX_CLIENT_END_ROW,
-};
-
-const MOXMethodRow kStringRows[] = {
-    MOX_CLIENT_ROW("NewStringAtom", MOXNewStringAtomProc),
-    MOX_CLIENT_ROW("DeleteStringAtom", MOXDeleteStringAtomProc),
-    MOX_CLIENT_ROW("GetCString", MOXGetCStringProc),
-    MOX_CLIENT_ROW("AddRef", MOXAddRefStringAtomProc),
-    MOX_CLIENT_END_ROW,
-};
-
-const MOXMethodRow kMemoryRows[] = {
-    MOX_CLIENT_ROW("Alloc", MOXMemAllocProc),
-    MOX_CLIENT_ROW("Realloc", MOXMemReallocProc),
-    MOX_CLIENT_ROW("Free", MOXMemFreeProc),
-    MOX_CLIENT_ROW("GetBlockSize", MOXMemGetBlockSizeProc),
-    MOX_CLIENT_END_ROW,
-};
-
-void* gContainerSlots[16];
-void* gErrorSlots[8];
-void* gStringSlots[4];
-void* gMemorySlots[4];
-
+void* gContainerSlots[MOXContainerSlots::kMethodCount];
+void* gErrorSlots[MOXErrorSlots::kMethodCount];
+void* gStringSlots[MOXStringSlots::kMethodCount];
+void* gMemorySlots[MOXMemorySlots::kMethodCount];
 }  // namespace
 
-MOXInterfaceTable gMOXContainerTable("MOXContainerInterface", kContainerRows,
-                                     MOXRowCount(kContainerRows), gContainerSlots, false);
-MOXInterfaceTable gMOXErrorTable("MOXErrorInterface", kErrorRows, MOXRowCount(kErrorRows),
-                                 gErrorSlots, false);
-MOXInterfaceTable gMOXStringTable("MOXStringInterface", kStringRows, MOXRowCount(kStringRows),
-                                  gStringSlots, false);
-MOXInterfaceTable gMOXMemoryTable("MOXMemoryInterface", kMemoryRows, MOXRowCount(kMemoryRows),
-                                  gMemorySlots, false);
+TMOXInterfaceTable<MOXContainerSlots::Slot> gMOXContainerTable(MOX_CONTAINER_INTERFACE_NAME,
+                                                               gContainerSlots, false);
+TMOXInterfaceTable<MOXErrorSlots::Slot> gMOXErrorTable(MOX_ERROR_INTERFACE_NAME, gErrorSlots,
+                                                       false);
+TMOXInterfaceTable<MOXStringSlots::Slot> gMOXStringTable(MOX_STRING_INTERFACE_NAME, gStringSlots,
+                                                         false);
+TMOXInterfaceTable<MOXMemorySlots::Slot> gMOXMemoryTable(MOX_MEMORY_INTERFACE_NAME, gMemorySlots,
+                                                         false);
 
 void* MOXMemory::AllocOrThrow(uint64_t size) {
   void* block = Alloc(size);

@@ -17,30 +17,7 @@
 #include <cstdint>
 
 #include "MOXRuntimeProcs.h"
-
-// A row of a client method table: the method and the proc type the caller
-// expects. Row k fills slot k.
-struct MOXMethodRow {
-  const char* method;
-  const char* procType;
-};
-
-// A row whose proc-type name is the name of its C typedef, so that a table
-// and the public headers can't drift apart: a misspelt name doesn't compile.
-template <typename Proc>
-constexpr const char* MOXProcTypeName(const char* name) {
-  return name;
-}
-#define MOX_CLIENT_ROW(method, ProcType) \
-  { method, MOXProcTypeName<ProcType>(#ProcType) }
-#define MOX_CLIENT_END_ROW \
-  { "", "" }
-
-// The rows of a table closed by its end row, which doesn't count.
-template <typename Row, size_t N>
-constexpr size_t MOXRowCount(const Row (&)[N]) {
-  return N - 1;
-}
+#include "binding/method_rows.h"
 
 // ---- Process-wide binding state -------------------------------------------
 
@@ -98,14 +75,13 @@ class MOXInterfaceTable {
   // True when the counter still equals the stamp of the last load.
   bool IsCurrent() const { return MOXReadUnregisterCount() == Stamp(); }
 
-  template <typename Proc>
-  Proc Slot(size_t index) const {
-    return reinterpret_cast<Proc>(__atomic_load_n(&fSlots[index], __ATOMIC_RELAXED));
-  }
+  // Slot `index`, untyped; TMOXInterfaceTable::Proc gives a named slot with
+  // its method's type.
+  void* Slot(size_t index) const { return __atomic_load_n(&fSlots[index], __ATOMIC_RELAXED); }
   void SetSlot(size_t index, void* procedure) {
     __atomic_store_n(&fSlots[index], procedure, __ATOMIC_RELAXED);
   }
-  bool HasSlot(size_t index) const { return Slot<void*>(index) != nullptr; }
+  bool HasSlot(size_t index) const { return Slot(index) != nullptr; }
   uint64_t Stamp() const { return __atomic_load_n(&fStamp, __ATOMIC_RELAXED); }
   // Forgets the load: every slot null and the stamp 0.
   void Clear();
@@ -122,37 +98,67 @@ class MOXInterfaceTable {
   uint64_t fStamp;
 };
 
-// The four tables bound at start.
-extern MOXInterfaceTable gMOXContainerTable;
-extern MOXInterfaceTable gMOXErrorTable;
-extern MOXInterfaceTable gMOXStringTable;
-extern MOXInterfaceTable gMOXMemoryTable;
+// The table of one interface whose slots are named by a method list
+// (MOX_DEFINE_SLOTS): its rows and count come from the slots' namespace, and
+// a call names its slot and gets the method's type, so a slot can't be called
+// with another method's arguments, nor one interface's slot used on another.
+template <typename SlotEnum>
+class TMOXInterfaceTable : public MOXInterfaceTable {
+ public:
+  template <size_t kSlotCount>
+  constexpr TMOXInterfaceTable(const char* interfaceName, void* (&slots)[kSlotCount], bool onDemand)
+      : MOXInterfaceTable(interfaceName, MOXSlotRows(SlotEnum()), MOXSlotCount(SlotEnum()), slots,
+                          onDemand) {
+    static_assert(kSlotCount == MOXSlotCount(SlotEnum()), "one slot for each method");
+  }
+
+  template <SlotEnum kSlot>
+  MOXProcOf<kSlot> Proc() const {
+    return reinterpret_cast<MOXProcOf<kSlot>>(Slot(kSlot));
+  }
+  template <SlotEnum kSlot>
+  void SetProc(MOXProcOf<kSlot> procedure) {
+    SetSlot(kSlot, reinterpret_cast<void*>(procedure));
+  }
+};
+
+// ---- The four tables bound at start ----------------------------------------
+
+MOX_DEFINE_SLOTS(MOXContainerSlots, MOX_CONTAINER_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(MOXErrorSlots, MOX_ERROR_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(MOXStringSlots, MOX_STRING_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(MOXMemorySlots, MOX_MEMORY_INTERFACE_METHODS)
+
+extern TMOXInterfaceTable<MOXContainerSlots::Slot> gMOXContainerTable;
+extern TMOXInterfaceTable<MOXErrorSlots::Slot> gMOXErrorTable;
+extern TMOXInterfaceTable<MOXStringSlots::Slot> gMOXStringTable;
+extern TMOXInterfaceTable<MOXMemorySlots::Slot> gMOXMemoryTable;
 
 // Calls through the four core tables. Each is one slot load and one call.
 namespace MOXString {
 inline MOXStringAtom NewStringAtom(const char* text) {
-  return gMOXStringTable.Slot<MOXNewStringAtomProc>(0)(text);
+  return gMOXStringTable.Proc<MOXStringSlots::NewStringAtom>()(text);
 }
 inline void DeleteStringAtom(MOXStringAtom atom) {
-  gMOXStringTable.Slot<MOXDeleteStringAtomProc>(1)(atom);
+  gMOXStringTable.Proc<MOXStringSlots::DeleteStringAtom>()(atom);
 }
 inline const char* GetCString(MOXStringAtom atom) {
-  return gMOXStringTable.Slot<MOXGetCStringProc>(2)(atom);
+  return gMOXStringTable.Proc<MOXStringSlots::GetCString>()(atom);
 }
 inline MOXStringAtom AddRef(MOXStringAtom atom) {
-  return gMOXStringTable.Slot<MOXAddRefStringAtomProc>(3)(atom);
+  return gMOXStringTable.Proc<MOXStringSlots::AddRef>()(atom);
 }
 }  // namespace MOXString
 
 namespace MOXMemory {
 inline void* Alloc(uint64_t size) {
-  return gMOXMemoryTable.Slot<MOXMemAllocProc>(0)(size);
+  return gMOXMemoryTable.Proc<MOXMemorySlots::Alloc>()(size);
 }
 inline void* Realloc(void* block, uint64_t size) {
-  return gMOXMemoryTable.Slot<MOXMemReallocProc>(1)(block, size);
+  return gMOXMemoryTable.Proc<MOXMemorySlots::Realloc>()(block, size);
 }
 inline void Free(void* block) {
-  gMOXMemoryTable.Slot<MOXMemFreeProc>(2)(block);
+  gMOXMemoryTable.Proc<MOXMemorySlots::Free>()(block);
 }
 // Alloc that raises std::bad_alloc on null.
 void* AllocOrThrow(uint64_t size);
@@ -163,60 +169,60 @@ void* ReallocOrThrow(void* block, uint64_t size);
 namespace MOXErrorProcs {
 inline MOXErrorRef NewError(const char* message, const char* component, int64_t id, uintptr_t a,
                             uintptr_t b) {
-  return gMOXErrorTable.Slot<MOXNewErrorProc>(0)(message, component, id, a, b);
+  return gMOXErrorTable.Proc<MOXErrorSlots::NewError>()(message, component, id, a, b);
 }
 inline MOXErrorRef GetCoreError(int32_t code) {
-  return gMOXErrorTable.Slot<MOXGetCoreErrorProc>(1)(code);
+  return gMOXErrorTable.Proc<MOXErrorSlots::GetCoreError>()(code);
 }
 inline MOXErrorRef AddRef(MOXErrorRef error) {
-  return gMOXErrorTable.Slot<MOXErrorAddRefProcV2>(2)(error);
+  return gMOXErrorTable.Proc<MOXErrorSlots::AddRef>()(error);
 }
 inline void Release(MOXErrorRef error) {
-  gMOXErrorTable.Slot<MOXErrorReleaseProc>(3)(error);
+  gMOXErrorTable.Proc<MOXErrorSlots::Release>()(error);
 }
 inline MOXStringAtom GetErrorMessage(MOXErrorRef error) {
-  return gMOXErrorTable.Slot<MOXErrorGetMessageProc>(4)(error);
+  return gMOXErrorTable.Proc<MOXErrorSlots::GetErrorMessage>()(error);
 }
 inline MOXStringAtom GetComponent(MOXErrorRef error) {
-  return gMOXErrorTable.Slot<MOXErrorGetComponentProc>(5)(error);
+  return gMOXErrorTable.Proc<MOXErrorSlots::GetComponent>()(error);
 }
 inline int64_t GetID(MOXErrorRef error) {
-  return gMOXErrorTable.Slot<MOXErrorGetIDProc>(6)(error);
+  return gMOXErrorTable.Proc<MOXErrorSlots::GetID>()(error);
 }
 }  // namespace MOXErrorProcs
 
 namespace MOXContainerProcs {
 inline MOXErrorRef NewFullContainer(MOXContainer* out, void* instance, MOXStringAtom instanceName,
                                     MOXReleaseProc destroy, MOXStringAtom interfaceName) {
-  return gMOXContainerTable.Slot<MOXNewFullContainerV5Proc>(0)(out, instance, instanceName, destroy,
-                                                               interfaceName, 0, 0, 0);
+  return gMOXContainerTable.Proc<MOXContainerSlots::NewFullContainer>()(
+      out, instance, instanceName, destroy, interfaceName, 0, 0, 0);
 }
 inline MOXErrorRef NewContainer(MOXContainer* out, uintptr_t a, uintptr_t b, uintptr_t c,
                                 uintptr_t d, uintptr_t e) {
-  return gMOXContainerTable.Slot<MOXNewContainerV2Proc>(1)(out, a, b, c, d, e);
+  return gMOXContainerTable.Proc<MOXContainerSlots::NewContainer>()(out, a, b, c, d, e);
 }
 inline uint32_t AddRef(MOXContainer container) {
-  return gMOXContainerTable.Slot<MOXAddRefContainerV2Proc>(3)(container);
+  return gMOXContainerTable.Proc<MOXContainerSlots::AddRef>()(container);
 }
 inline void Release(MOXContainer container) {
-  gMOXContainerTable.Slot<MOXReleaseContainerProc>(4)(container);
+  gMOXContainerTable.Proc<MOXContainerSlots::Release>()(container);
 }
 inline void DecrementWithoutDelete(MOXContainer container) {
-  gMOXContainerTable.Slot<MOXDecrementWithoutDeleteProc>(5)(container);
+  gMOXContainerTable.Proc<MOXContainerSlots::DecrementWithoutDelete>()(container);
 }
 inline void DeleteUnownedContainer(MOXContainer container) {
-  gMOXContainerTable.Slot<MOXDeleteUnownedContainerProc>(6)(container);
+  gMOXContainerTable.Proc<MOXContainerSlots::DeleteUnownedContainer>()(container);
 }
 inline MOXErrorRef GetMethod(void** out, MOXContainer container, MOXStringAtom method,
                              MOXStringAtom procType, bool mustExist) {
-  return gMOXContainerTable.Slot<MOXGetMethodV3Proc>(9)(out, container, method, procType,
-                                                        mustExist);
+  return gMOXContainerTable.Proc<MOXContainerSlots::GetMethod>()(out, container, method, procType,
+                                                                 mustExist);
 }
 inline MOXErrorRef NGetInstance(void** out, MOXContainer container, MOXStringAtom name) {
-  return gMOXContainerTable.Slot<MOXNGetInstanceProc>(12)(out, container, name);
+  return gMOXContainerTable.Proc<MOXContainerSlots::NGetInstance>()(out, container, name);
 }
 inline int64_t GetOffsetToPrimaryInstance() {
-  return gMOXContainerTable.Slot<MOXGetOffsetToPrimaryInstProc>(15)();
+  return gMOXContainerTable.Proc<MOXContainerSlots::GetOffsetToPrimaryInstance>()();
 }
 }  // namespace MOXContainerProcs
 

@@ -7,111 +7,23 @@
 
 namespace {
 
-constexpr MOXMethodRow kSharedBuffRows[] = {
-    MOX_CLIENT_ROW("NewBuffer", MOXSharedBuffNewBufferV3Proc),
-    MOX_CLIENT_ROW("DeleteUnowned", MOXSharedBuffDelUnownedProc),
-    MOX_CLIENT_ROW("AddRef", MOXSharedBuffAddRefProc),
-    MOX_CLIENT_ROW("Release", MOXSharedBuffReleaseProc),
-    MOX_CLIENT_ROW("GetBuffer", MOXSharedBuffGetBufferProc),
-    MOX_CLIENT_ROW("GetSize", MOXSharedBuffGetSizeProc),
-    MOX_CLIENT_END_ROW,
-};
-static_assert(MOXRowCount(kSharedBuffRows) == 6, "shared buffers have six methods");
-
-constexpr MOXMethodRow kCacheRows[] = {
-    MOX_CLIENT_ROW("NewCacheID", MOXCacheNewCacheIDProc),
-    MOX_CLIENT_ROW("AddRef", MOXCacheAddRefProc),
-    MOX_CLIENT_ROW("Release", MOXCacheReleaseProc),
-    MOX_CLIENT_ROW("Attach", MOXCacheAttachProcV2),
-    MOX_CLIENT_ROW("Add", MOXCacheAddProc),
-    MOX_CLIENT_ROW("UpdateCost", MOXCacheUpdateCostProc),
-    MOX_CLIENT_ROW("ReturnCost", MOXCacheReturnCostProc),
-    MOX_CLIENT_ROW("MarkNoPurge", MOXCacheMarkNoPurgeProcV2),
-    MOX_CLIENT_ROW("MarkPurge", MOXCacheMarkPurgeProc),
-    MOX_CLIENT_ROW("GetCacheTime", MOXCacheGetCacheTimeProc),
-    MOX_CLIENT_ROW("CurrentCacheSize", MOXCurrentCacheSizeProc),
-    MOX_CLIENT_ROW("NewCachePurge", MOXCacheNewCachePurgeProc),
-    MOX_CLIENT_ROW("PurgeNextBlock", MOXCachePurgeNextBlockProc),
-    MOX_CLIENT_ROW("DeleteCachePurge", MOXCacheDeleteCachePurgeProc),
-    MOX_CLIENT_ROW("PurgeAll", MOXCachePurgeAllProc),
-    MOX_CLIENT_ROW("PurgeAllStaticCaches", MOXCachePurgeAllStaticCachesProc),
-    MOX_CLIENT_ROW("AddClientPurge", MOXCacheAddRemoveClientPurgeProcV2),
-    MOX_CLIENT_ROW("RemoveClientPurge", MOXCacheAddRemoveClientPurgeProcV2),
-    MOX_CLIENT_ROW("NewCacheSet", MOXCacheNewCacheSetProc),
-    MOX_CLIENT_ROW("AddRefCacheSet", MOXCacheAddRefCacheSetProc),
-    MOX_CLIENT_ROW("DeleteCacheSet", MOXCacheDeleteCacheSetProc),
-    MOX_CLIENT_ROW("SearchForID", MOXCacheSearchForIDProc),
-    MOX_CLIENT_ROW("RemoveID", MOXCacheRemoveIDProc),
-    MOX_CLIENT_ROW("RemoveIDs", MOXCacheRemoveIDsProc),
-    MOX_CLIENT_END_ROW,
-};
-static_assert(MOXRowCount(kCacheRows) == 24, "the cache has 24 methods");
-
-constexpr MOXMethodRow kProgressRows[] = {
-    MOX_CLIENT_ROW("NewNullProgress", MOXProgressNewNullProgressProc),
-    MOX_CLIENT_ROW("NewClientProgress", MOXProgressNewClientProgressProc),
-    MOX_CLIENT_ROW("AddRef", MOXProgressAddRefProc),
-    MOX_CLIENT_ROW("Release", MOXProgressReleaseProc),
-    MOX_CLIENT_ROW("Update", MOXProgressUpdateProc),
-    MOX_CLIENT_END_ROW,
-};
-static_assert(MOXRowCount(kProgressRows) == 5, "progress has five methods");
-
-constexpr MOXMethodRow kFilterRows[] = {
-    MOX_CLIENT_ROW("NewNullDataSink", MOXFilterNewNullDataSinkV2Proc),
-    MOX_CLIENT_ROW("NewClientDataSink", MOXFilterNewClientDataSinkV2Proc),
-    MOX_CLIENT_ROW("NewIdentityFilter", MOXFilterNewIdentityFilterV2Proc),
-    MOX_CLIENT_ROW("NewClientFilter", MOXFilterNewClientFilterV2Proc),
-    MOX_CLIENT_ROW("NewFilterJPEG", MOXFilterNewFilterJPEGV2Proc),
-    MOX_CLIENT_ROW("AddRef", MOXFilterAddRefV2Proc),
-    MOX_CLIENT_ROW("Release", MOXFilterReleaseProc),
-    MOX_CLIENT_ROW("Write", MOXFilterWriteV2Proc),
-    MOX_CLIENT_ROW("IsFilter", MOXFilterIsFilterProc),
-    MOX_CLIENT_ROW("Close", MOXFilterCloseProc),
-    MOX_CLIENT_ROW("GetPostScriptFilter", MOXFilterGetPostScriptFilterProc),
-    MOX_CLIENT_ROW("SetDataSink", MOXFilterSetDataSinkV2Proc),
-    MOX_CLIENT_ROW("PeekTarget", MOXFilterPeekTargetProc),
-    MOX_CLIENT_ROW("SetImageParameters", MOXFilterJPEGSetImageParametersProc),
-    MOX_CLIENT_ROW("SetCompressionParameters", MOXFilterJPEGSetCompressionParametersProc),
-    MOX_CLIENT_ROW("GetChainState", MOXFilterGetChainStateV2Proc),
-    MOX_CLIENT_ROW("ResetChainState", MOXFilterResetChainStateProc),
-    MOX_CLIENT_END_ROW,
-};
-static_assert(MOXRowCount(kFilterRows) == 17, "filters have 17 methods");
-
-void* gSharedBuffSlots[MOXRowCount(kSharedBuffRows)];
-void* gCacheSlots[MOXRowCount(kCacheRows)];
-void* gProgressSlots[MOXRowCount(kProgressRows)];
-void* gFilterSlots[MOXRowCount(kFilterRows)];
-
-// Slots that the wrappers call.
-enum : size_t { kSharedBuffNewBuffer = 0 };
-enum : size_t { kCacheMarkNoPurge = 7, kCacheAddRef = 1, kCacheRelease = 2 };
-enum : size_t {
-  kProgressNewClientProgress = 1,
-  kProgressAddRef = 2,
-  kProgressRelease = 3,
-  kProgressUpdate = 4
-};
-enum : size_t {
-  kFilterNewClientDataSink = 1,
-  kFilterNewClientFilter = 3,
-  kFilterNewFilterJPEG = 4,
-  kFilterRelease = 6
-};
+void* gSharedBuffSlots[MOXSharedBuffSlots::kMethodCount];
+void* gCacheSlots[MOXCacheSlots::kMethodCount];
+void* gProgressSlots[MOXProgressSlots::kMethodCount];
+void* gFilterSlots[MOXFilterSlots::kMethodCount];
 
 }  // namespace
 
 // Shared buffers and caches keep their slots after a failed load; the others
 // are bound on demand and read as absent after one.
-MOXInterfaceTable gMOXSharedBuffTable("MOXSharedBuffInterface", kSharedBuffRows,
-                                      MOXRowCount(kSharedBuffRows), gSharedBuffSlots, false);
-MOXInterfaceTable gMOXCacheTable("MOXCacheInterface", kCacheRows, MOXRowCount(kCacheRows),
-                                 gCacheSlots, false);
-MOXInterfaceTable gMOXProgressTable("MOXProgressInterface", kProgressRows,
-                                    MOXRowCount(kProgressRows), gProgressSlots, true);
-MOXInterfaceTable gMOXFilterTable("MOXFilterInterface", kFilterRows, MOXRowCount(kFilterRows),
-                                  gFilterSlots, true);
+TMOXInterfaceTable<MOXSharedBuffSlots::Slot> gMOXSharedBuffTable(MOX_SHARED_BUFF_INTERFACE_NAME,
+                                                                 gSharedBuffSlots, false);
+TMOXInterfaceTable<MOXCacheSlots::Slot> gMOXCacheTable(MOX_CACHE_INTERFACE_NAME, gCacheSlots,
+                                                       false);
+TMOXInterfaceTable<MOXProgressSlots::Slot> gMOXProgressTable(MOX_PROGRESS_INTERFACE_NAME,
+                                                             gProgressSlots, true);
+TMOXInterfaceTable<MOXFilterSlots::Slot> gMOXFilterTable(MOX_FILTER_INTERFACE_NAME, gFilterSlots,
+                                                         true);
 
 // ---- Shared buffers --------------------------------------------------------------
 
@@ -124,8 +36,8 @@ MOXSharedBuff MOXNewSharedBuffer(uint64_t size, void* data, MOXReleaseProc relea
   const bool handedOver = data != nullptr && release != nullptr;
   try {
     MOXRequireSharedBuffTable();
-    MOXSharedBuff buffer = gMOXSharedBuffTable.Slot<MOXSharedBuffNewBufferV3Proc>(
-        kSharedBuffNewBuffer)(size, data, release, a, b);
+    MOXSharedBuff buffer =
+        gMOXSharedBuffTable.Proc<MOXSharedBuffSlots::NewBuffer>()(size, data, release, a, b);
     if (buffer == nullptr) MOXThrowBadAlloc();
     return buffer;
   } catch (...) {
@@ -156,7 +68,7 @@ CMOXCacheID::CMOXCacheID(const CMOXCacheID& other) : fID(nullptr) {
 
 CMOXCacheID::~CMOXCacheID() {
   // Through the slot as last loaded: a destructor must not bind or throw.
-  MOXCacheReleaseProc release = gMOXCacheTable.Slot<MOXCacheReleaseProc>(kCacheRelease);
+  MOXCacheReleaseProc release = gMOXCacheTable.Proc<MOXCacheSlots::Release>();
   if (fID != nullptr && release != nullptr) release(fID);
 }
 
@@ -190,12 +102,11 @@ template <bool kPinned>
 TMOXCacheEntry<kPinned>::~TMOXCacheEntry() {
   if (fID == nullptr) return;
   if (kPinned) {
-    MOXCacheMarkNoPurgeProcV2 mark =
-        gMOXCacheTable.Slot<MOXCacheMarkNoPurgeProcV2>(kCacheMarkNoPurge);
+    MOXCacheMarkNoPurgeProcV2 mark = gMOXCacheTable.Proc<MOXCacheSlots::MarkNoPurge>();
     uintptr_t previous = 0;
     if (mark != nullptr) mark(fID, &previous, 0);
   }
-  MOXCacheReleaseProc release = gMOXCacheTable.Slot<MOXCacheReleaseProc>(kCacheRelease);
+  MOXCacheReleaseProc release = gMOXCacheTable.Proc<MOXCacheSlots::Release>();
   if (release != nullptr) release(fID);
 }
 
@@ -231,26 +142,25 @@ CMOXProgress::CMOXProgress(MOXProgress progress, bool adopt) : fProgress(progres
     ThrowCantConstructProgress();
   }
   if (fProgress == nullptr) ThrowCantConstructProgress();
-  if (!adopt) gMOXProgressTable.Slot<MOXProgressAddRefProc>(kProgressAddRef)(fProgress);
+  if (!adopt) gMOXProgressTable.Proc<MOXProgressSlots::AddRef>()(fProgress);
 }
 
 CMOXProgress::CMOXProgress(const CMOXProgress& other) : fProgress(other.fProgress) {
-  if (fProgress != nullptr)
-    gMOXProgressTable.Slot<MOXProgressAddRefProc>(kProgressAddRef)(fProgress);
+  if (fProgress != nullptr) gMOXProgressTable.Proc<MOXProgressSlots::AddRef>()(fProgress);
 }
 
 CMOXProgress::~CMOXProgress() {
-  MOXProgressReleaseProc release = gMOXProgressTable.Slot<MOXProgressReleaseProc>(kProgressRelease);
+  MOXProgressReleaseProc release = gMOXProgressTable.Proc<MOXProgressSlots::Release>();
   if (fProgress != nullptr && release != nullptr) release(fProgress);
 }
 
 bool CMOXProgress::Update(double fraction) const {
-  return gMOXProgressTable.Slot<MOXProgressUpdateProc>(kProgressUpdate)(fProgress, fraction);
+  return gMOXProgressTable.Proc<MOXProgressSlots::Update>()(fProgress, fraction);
 }
 
 MOXProgress MOXNewClientProgress(MOX_T_MT::MOXClientProgress* client) {
   if (gMOXProgressTable.Get() == nullptr) return nullptr;
-  return gMOXProgressTable.Slot<MOXProgressNewClientProgressProc>(kProgressNewClientProgress)(
+  return gMOXProgressTable.Proc<MOXProgressSlots::NewClientProgress>()(
       client, &ProgressUpdateAdapter, &ProgressReleaseAdapter);
 }
 
@@ -310,7 +220,7 @@ MOXFilter MOXNewClientDataSink(MOX_T_MT::MOXClientFilter* client) {
   // Unlike the filter wrappers, a missing table leaves the object alone.
   if (gMOXFilterTable.Get() == nullptr) return nullptr;
   MOXFilter sink = nullptr;
-  MOXCheck(gMOXFilterTable.Slot<MOXFilterNewClientDataSinkV2Proc>(kFilterNewClientDataSink)(
+  MOXCheck(gMOXFilterTable.Proc<MOXFilterSlots::NewClientDataSink>()(
       &sink, client, &FilterWriteAdapter, &FilterReleaseAdapter));
   return sink;
 }
@@ -318,7 +228,7 @@ MOXFilter MOXNewClientDataSink(MOX_T_MT::MOXClientFilter* client) {
 MOXFilter MOXNewClientFilter(MOXFilter target, MOX_T_MT::MOXClientFilter* client) {
   if (!BindFilterTableOwning(client)) return nullptr;
   MOXFilter filter = nullptr;
-  MOXCheck(gMOXFilterTable.Slot<MOXFilterNewClientFilterV2Proc>(kFilterNewClientFilter)(
+  MOXCheck(gMOXFilterTable.Proc<MOXFilterSlots::NewClientFilter>()(
       &filter, target, client, &FilterWriteAdapter, &FilterCloseAdapter, &FilterChainStateAdapter,
       &FilterReleaseAdapter));
   return filter;
@@ -327,14 +237,14 @@ MOXFilter MOXNewClientFilter(MOXFilter target, MOX_T_MT::MOXClientFilter* client
 MOXFilter MOXNewFilterJPEG(MOXFilter target, MOX_T_MT::MOXClientFilter* client) {
   if (!BindFilterTableOwning(client)) return nullptr;
   MOXFilter filter = nullptr;
-  MOXCheck(gMOXFilterTable.Slot<MOXFilterNewFilterJPEGV2Proc>(kFilterNewFilterJPEG)(
+  MOXCheck(gMOXFilterTable.Proc<MOXFilterSlots::NewFilterJPEG>()(
       &filter, target, client, &FilterWriteAdapter, &FilterCloseAdapter, &FilterChainStateAdapter,
       &FilterImageParamsAdapter, &FilterCompressionParamsAdapter, &FilterReleaseAdapter));
   return filter;
 }
 
 void CMOXFilterRef::Reset() noexcept {
-  MOXFilterReleaseProc release = gMOXFilterTable.Slot<MOXFilterReleaseProc>(kFilterRelease);
+  MOXFilterReleaseProc release = gMOXFilterTable.Proc<MOXFilterSlots::Release>();
   if (fFilter != nullptr && release != nullptr) release(fFilter);
   fFilter = nullptr;
 }

@@ -11,10 +11,15 @@
 #include "binding/client_base.h"
 #include "binding/host_tables.h"
 
-extern MOXInterfaceTable gMOXSharedBuffTable;
-extern MOXInterfaceTable gMOXCacheTable;
-extern MOXInterfaceTable gMOXProgressTable;
-extern MOXInterfaceTable gMOXFilterTable;
+MOX_DEFINE_SLOTS(MOXSharedBuffSlots, MOX_SHARED_BUFF_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(MOXCacheSlots, MOX_CACHE_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(MOXProgressSlots, MOX_PROGRESS_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(MOXFilterSlots, MOX_FILTER_INTERFACE_METHODS)
+
+extern TMOXInterfaceTable<MOXSharedBuffSlots::Slot> gMOXSharedBuffTable;
+extern TMOXInterfaceTable<MOXCacheSlots::Slot> gMOXCacheTable;
+extern TMOXInterfaceTable<MOXProgressSlots::Slot> gMOXProgressTable;
+extern TMOXInterfaceTable<MOXFilterSlots::Slot> gMOXFilterTable;
 
 // ---- Shared buffers ------------------------------------------------------------
 
@@ -25,18 +30,18 @@ void MOXRequireSharedBuffTable();
 namespace MOXSharedBuffProcs {
 // Each requires the table to be loaded (MOXRequireSharedBuffTable).
 inline void AddRef(MOXSharedBuff buffer) {
-  gMOXSharedBuffTable.Slot<MOXSharedBuffAddRefProc>(2)(buffer);
+  gMOXSharedBuffTable.Proc<MOXSharedBuffSlots::AddRef>()(buffer);
 }
 inline void* GetBuffer(MOXSharedBuff buffer) {
-  return gMOXSharedBuffTable.Slot<MOXSharedBuffGetBufferProc>(4)(buffer);
+  return gMOXSharedBuffTable.Proc<MOXSharedBuffSlots::GetBuffer>()(buffer);
 }
 inline uint64_t GetSize(MOXSharedBuff buffer) {
-  return gMOXSharedBuffTable.Slot<MOXSharedBuffGetSizeProc>(5)(buffer);
+  return gMOXSharedBuffTable.Proc<MOXSharedBuffSlots::GetSize>()(buffer);
 }
 // Release through the slot if the table was ever loaded: the slot is empty
 // until the first load, and a no-op after process exit.
 inline void Release(MOXSharedBuff buffer) {
-  MOXSharedBuffReleaseProc release = gMOXSharedBuffTable.Slot<MOXSharedBuffReleaseProc>(3);
+  MOXSharedBuffReleaseProc release = gMOXSharedBuffTable.Proc<MOXSharedBuffSlots::Release>();
   if (release != nullptr) release(buffer);
 }
 }  // namespace MOXSharedBuffProcs
@@ -57,22 +62,22 @@ void MOXRequireCacheTable();
 namespace MOXCacheProcs {
 // Each requires the table to be loaded (MOXRequireCacheTable).
 inline MOXCacheID NewCacheID() {
-  return gMOXCacheTable.Slot<MOXCacheNewCacheIDProc>(0)();
+  return gMOXCacheTable.Proc<MOXCacheSlots::NewCacheID>()();
 }
 inline void AddRef(MOXCacheID id) {
-  gMOXCacheTable.Slot<MOXCacheAddRefProc>(1)(id);
+  gMOXCacheTable.Proc<MOXCacheSlots::AddRef>()(id);
 }
 inline void Release(MOXCacheID id) {
-  gMOXCacheTable.Slot<MOXCacheReleaseProc>(2)(id);
+  gMOXCacheTable.Proc<MOXCacheSlots::Release>()(id);
 }
 inline void MarkNoPurge(MOXCacheID id, uintptr_t* previous, uint32_t mark) {
-  gMOXCacheTable.Slot<MOXCacheMarkNoPurgeProcV2>(7)(id, previous, mark);
+  gMOXCacheTable.Proc<MOXCacheSlots::MarkNoPurge>()(id, previous, mark);
 }
 inline void AddClientPurge(MOXCacheClientPurgeProc proc) {
-  gMOXCacheTable.Slot<MOXCacheAddRemoveClientPurgeProcV2>(16)(proc, 1);
+  gMOXCacheTable.Proc<MOXCacheSlots::AddClientPurge>()(proc, 1);
 }
 inline void RemoveClientPurge(MOXCacheClientPurgeProc proc) {
-  gMOXCacheTable.Slot<MOXCacheAddRemoveClientPurgeProcV2>(17)(proc, 1);
+  gMOXCacheTable.Proc<MOXCacheSlots::RemoveClientPurge>()(proc, 1);
 }
 }  // namespace MOXCacheProcs
 
@@ -86,6 +91,10 @@ class CMOXCacheID {
   CMOXCacheID& operator=(const CMOXCacheID&) = delete;
   ~CMOXCacheID();
 
+  // The identifier, still owned by the handle.
+  MOXCacheID ID() const { return fID; }
+
+ private:
   MOXCacheID fID;
 };
 
@@ -103,11 +112,15 @@ class TMOXCacheEntry {
   // Unmarks (pinned form) and releases through the slots as last loaded.
   ~TMOXCacheEntry();
 
-  MOXCacheID fID;
-  uintptr_t fData;
+  // The identifier, null when the table couldn't be bound; the client word.
+  MOXCacheID ID() const { return fID; }
+  uintptr_t Data() const { return fData; }
 
  private:
   void Retain();
+
+  MOXCacheID fID;
+  uintptr_t fData;
 };
 using CMOXPinnedCacheEntry = TMOXCacheEntry<true>;
 using CMOXCacheEntry = TMOXCacheEntry<false>;
@@ -116,19 +129,27 @@ extern template class TMOXCacheEntry<false>;
 
 // ---- Progress ----------------------------------------------------------------------
 
-// Owns one reference to a progress object of the runtime.
+// Owns one reference to a progress object of the runtime. Both ways of
+// making one raise "couldn't construct CMOXProgress" when the progress table
+// can't be bound or `progress` is null.
 class CMOXProgress {
  public:
-  // Holds `progress`: takes over the caller's reference with `adopt`,
-  // otherwise takes one. "couldn't construct CMOXProgress" when the progress
-  // table can't be bound or `progress` is null.
-  CMOXProgress(MOXProgress progress, bool adopt);
+  // Takes over the caller's reference to `progress`.
+  static CMOXProgress Adopt(MOXProgress progress) { return CMOXProgress(progress, true); }
+  // Takes a reference of its own, the caller keeping theirs.
+  static CMOXProgress Retain(MOXProgress progress) { return CMOXProgress(progress, false); }
   CMOXProgress(const CMOXProgress& other);
   CMOXProgress& operator=(const CMOXProgress&) = delete;
   ~CMOXProgress();
 
   // Reports `fraction` (0 to 1) done; false asks the caller to stop.
   bool Update(double fraction) const;
+
+  // The progress object, still owned by the handle.
+  MOXProgress Progress() const { return fProgress; }
+
+ private:
+  CMOXProgress(MOXProgress progress, bool adopt);
 
   MOXProgress fProgress;
 };
@@ -188,13 +209,23 @@ MOXFilter MOXNewFilterJPEG(MOXFilter target, MOX_T_MT::MOXClientFilter* client);
 class CMOXFilterRef {
  public:
   constexpr CMOXFilterRef() noexcept : fFilter(nullptr) {}
-  explicit constexpr CMOXFilterRef(MOXFilter adopted) noexcept : fFilter(adopted) {}
   CMOXFilterRef(const CMOXFilterRef&) = delete;
   CMOXFilterRef& operator=(const CMOXFilterRef&) = delete;
   ~CMOXFilterRef() { Reset(); }
 
+  // Releases the filter held, if any, and takes over the caller's reference
+  // to `filter`.
+  void Adopt(MOXFilter filter) noexcept {
+    Reset();
+    fFilter = filter;
+  }
+  // The filter, still owned by the handle; null when empty.
+  MOXFilter Filter() const { return fFilter; }
+
+  // Releases the filter held, if any; the handle becomes empty.
   void Reset() noexcept;
 
+ private:
   MOXFilter fFilter;
 };
 

@@ -17,15 +17,16 @@ void PurgeStaticCaches() {
   }
 }
 
-// The cache's AddClientPurge (slot 16) or RemoveClientPurge (slot 17), when
-// the cache interface can be bound.
-void CallClientPurge(size_t slot) {
+// The cache's AddClientPurge or RemoveClientPurge, when the cache interface
+// can be bound.
+template <MOXCacheSlots::Slot kSlot>
+void CallClientPurge() {
   try {
     if (gMOXCacheTable.Get() == nullptr) return;
   } catch (...) {
     return;
   }
-  gMOXCacheTable.Slot<MOXCacheAddRemoveClientPurgeProcV2>(slot)(&PurgeStaticCaches, 1);
+  gMOXCacheTable.Proc<kSlot>()(&PurgeStaticCaches, 1);
 }
 }  // namespace
 
@@ -73,13 +74,13 @@ void MOXAbandonTerminationList() {
 }
 
 void MOXRegisterStaticCacheHook() {
-  if (gStaticCacheList.fHead != nullptr) CallClientPurge(16);
+  if (gStaticCacheList.fHead != nullptr) CallClientPurge<MOXCacheSlots::AddClientPurge>();
   gStaticCacheHookSet = true;
 }
 
 void MOXUnregisterStaticCacheHook() {
   gStaticCacheHookSet = false;
-  if (gStaticCacheList.fHead != nullptr) CallClientPurge(17);
+  if (gStaticCacheList.fHead != nullptr) CallClientPurge<MOXCacheSlots::RemoveClientPurge>();
   PurgeStaticCaches();
 }
 

@@ -62,6 +62,7 @@ class TMOXLazyObjectPointer : public LazyTerminate {
   }
   void Abandon() override { fObject = nullptr; }
 
+ private:
   T* fObject;
 };
 

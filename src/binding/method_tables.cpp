@@ -29,8 +29,8 @@ bool MOXFetchMethods(const MOXMethodRow* rows, size_t count, MOXContainer contai
     CMOXStringHolder procType(rows[i].procType);
     CMOXStringHolder method(rows[i].method);
     void* procedure = nullptr;
-    MOXCheck(
-        MOXContainerProcs::GetMethod(&procedure, container, method.fAtom, procType.fAtom, !quiet));
+    MOXCheck(MOXContainerProcs::GetMethod(&procedure, container, method.Atom(), procType.Atom(),
+                                          !quiet));
     __atomic_store_n(&procs[i], procedure, __ATOMIC_RELAXED);
     if (quiet && procedure == nullptr) return false;
   }
@@ -62,7 +62,7 @@ void** MOXLookupProcTable(MOXVTabListGeneric* list, MOXFetchProc fetch, MOXConta
     MOXSpinLockHolder lock(&list->fLock);
     uint64_t counter = MOXReadUnregisterCount();
     MOXVTabGeneric* entry = list->Head();
-    while (entry != nullptr && entry->fSignature.fCString != signature) entry = entry->Next();
+    while (entry != nullptr && entry->fSignature.CString() != signature) entry = entry->Next();
     if (entry == nullptr) {
       entry = MOXVTabGeneric::New(list);
       try {

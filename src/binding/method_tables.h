@@ -48,12 +48,6 @@ class MOXVTabGeneric : public double_linked_list_element<MOXVTabGeneric, CMOXCli
   explicit MOXVTabGeneric(MOXVTabListGeneric* list);
 };
 
-// Slot `index` of a method table, read while a refresh may rewrite it.
-template <typename Proc>
-inline Proc MOXProcAt(void* const* procs, size_t index) {
-  return reinterpret_cast<Proc>(__atomic_load_n(&procs[index], __ATOMIC_RELAXED));
-}
-
 // Fills `procs` with the methods of `container` named by `rows`. Quiet: an
 // absent method returns false at once, later slots keep their contents. Not
 // quiet: the runtime raises the absence as an error.
@@ -62,6 +56,14 @@ bool MOXFetchMethods(const MOXMethodRow* rows, size_t count, MOXContainer contai
 
 // The fetch procedure of one interface.
 using MOXFetchProc = bool (*)(MOXContainer container, bool quiet, void** procs);
+
+// The fetch procedure of the interface whose slots are `SlotEnum`
+// (MOX_DEFINE_SLOTS): MOXFetchMethods with its rows.
+template <typename SlotEnum>
+bool MOXFetchSlots(MOXContainer container, bool quiet, void** procs) {
+  return MOXFetchMethods(MOXSlotRows(SlotEnum()), MOXSlotCount(SlotEnum()), container, quiet,
+                         procs);
+}
 
 // The methods of `container` for the list's interface: the entry of its
 // signature, made or refreshed as needed. "couldn't get signature" for a null

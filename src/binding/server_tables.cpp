@@ -11,3 +11,19 @@ bool MOXRegisterMethods(const MOXServerRow* rows, size_t count, const char* inte
   }
   return true;
 }
+
+bool MOXRegisterLayer(const MOXLayerInterfaces& layer) {
+  for (size_t i = 0; i < layer.registeredCount; ++i) {
+    const MOXServerInterface* group = layer.registered[i];
+    if (!MOXRegisterMethods(group->rows, group->count, group->name)) return false;
+  }
+  return true;
+}
+
+void MOXUnregisterLayer(const MOXLayerInterfaces& layer) {
+  // A start refused before the core procedures were bound leaves nothing to
+  // unregister, and no procedure to do it with.
+  MOXUnregisterInterfaceProc unregister = gMOXUnregisterInterface;
+  if (unregister == nullptr) return;
+  for (size_t i = 0; i < layer.unregisteredCount; ++i) unregister(layer.unregistered[i]->name);
+}

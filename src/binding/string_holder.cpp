@@ -21,6 +21,14 @@ CMOXStringHolder::CMOXStringHolder(MOXStringAtom atom, bool adopt)
   fCString = MOXString::GetCString(fAtom);
 }
 
+CMOXStringHolder CMOXStringHolder::Adopt(MOXStringAtom atom) {
+  return CMOXStringHolder(atom, true);
+}
+
+CMOXStringHolder CMOXStringHolder::Retain(MOXStringAtom atom) {
+  return CMOXStringHolder(atom, false);
+}
+
 CMOXStringHolder::CMOXStringHolder(uint64_t value) : fAtom(nullptr), fCString(nullptr) {
   char text[19];
   std::snprintf(text, sizeof text, "0x%016" PRIx64, value);

@@ -1,6 +1,9 @@
 // CMOXStringHolder owns one reference to a runtime string atom. Atoms are
-// interned: two holders of equal text have equal fCString pointers, which is
+// interned: two holders of equal text have equal CString() pointers, which is
 // what lets names be compared by pointer everywhere in the library.
+//
+// A holder belongs to one thread at a time; the atom it holds may be shared,
+// and the runtime keeps its count safe across threads.
 #ifndef MOXUTILS_BINDING_STRING_HOLDER_H_
 #define MOXUTILS_BINDING_STRING_HOLDER_H_
 
@@ -14,9 +17,12 @@ class CMOXStringHolder {
   CMOXStringHolder() noexcept : fAtom(nullptr), fCString(nullptr) {}
   // The atom of `text`; std::bad_alloc when the runtime can't make it.
   explicit CMOXStringHolder(const char* text);
-  // Holds `atom`: takes over the caller's reference with `adopt`, otherwise
-  // takes a reference of its own. A null atom gives an empty holder.
-  CMOXStringHolder(MOXStringAtom atom, bool adopt);
+  // Takes over the caller's reference to `atom`: no AddRef. A null atom gives
+  // an empty holder.
+  static CMOXStringHolder Adopt(MOXStringAtom atom);
+  // Takes a reference of its own to `atom`, the caller keeping theirs. A null
+  // atom gives an empty holder.
+  static CMOXStringHolder Retain(MOXStringAtom atom);
   // The atom of "0x" and sixteen lower-case hexadecimal digits of `value`.
   explicit CMOXStringHolder(uint64_t value);
   CMOXStringHolder(const CMOXStringHolder& other);
@@ -31,7 +37,14 @@ class CMOXStringHolder {
   // Drops the reference now; the holder becomes empty.
   void Reset() noexcept;
   bool IsEmpty() const { return fAtom == nullptr; }
+  // The atom, still owned by the holder; null when empty.
+  MOXStringAtom Atom() const { return fAtom; }
+  // Its text, alive as long as the holder keeps the atom; null when empty.
   const char* CString() const { return fCString; }
+
+ private:
+  // Stores `atom` and its text, taking a reference unless `adopt`.
+  CMOXStringHolder(MOXStringAtom atom, bool adopt);
 
   MOXStringAtom fAtom;
   const char* fCString;

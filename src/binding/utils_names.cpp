@@ -2,17 +2,19 @@
 
 #include <new>
 
+#include "POSProcs.h"
+#include "POSStreamerProcs.h"
 #include "binding/host_tables.h"
 
 CMOXUtilsNames* gMOXUtilsNames = nullptr;
 
 CMOXUtilsNames::CMOXUtilsNames()
     : fObjectImpl("POSObjectImpl"),
-      fObjectInterface("POSObjectInterface"),
+      fObjectInterface(POS_OBJECT_INTERFACE_NAME),
       fDictIteratorImpl("POSDictIteratorImpl"),
-      fDictIteratorInterface("POSDictIteratorInterface"),
+      fDictIteratorInterface(POS_DICT_ITERATOR_INTERFACE_NAME),
       fStreamerImpl("POSStreamerImpl"),
-      fStreamerInterface("POSStreamerInterface"),
+      fStreamerInterface(POS_STREAMER_INTERFACE_NAME),
       fValidatorImpl("POSValidatorImpl"),
       fValidatorInterface("POSValidatorInterface"),
       fUtilsDirName("MOXUtilsDir"),

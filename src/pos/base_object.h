@@ -59,7 +59,7 @@ inline BaseObject* ResolveBaseObject(MOXContainer container) {
   const CMOXStringHolder& name = gMOXUtilsNames->fObjectImpl;
   if (container != nullptr) {
     const MOXPrimaryInstanceRecord* record = MOXPrimaryRecord(container);
-    if (record->instanceName == name.fCString) return static_cast<BaseObject*>(record->instance);
+    if (record->instanceName == name.CString()) return static_cast<BaseObject*>(record->instance);
   }
   return static_cast<BaseObject*>(MOXNGetInstance(container, name));
 }

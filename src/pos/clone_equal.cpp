@@ -46,30 +46,30 @@ BaseObject* RawPointer::Clone() {
 }
 
 bool Number::IsEqual(const CPOSObject& other) {
-  const Number* number = TryFromContainer<Number>(other.fContainer);
+  const Number* number = TryFromContainer<Number>(other.Container());
   return number != nullptr && fValue == number->fValue;
 }
 
 bool String::IsEqual(const CPOSObject& other) {
   // Atoms are interned: equal texts have the same C string.
-  const String* string = TryFromContainer<String>(other.fContainer);
+  const String* string = TryFromContainer<String>(other.Container());
   return string != nullptr && Text() == string->Text();
 }
 
 bool UnicodeString::IsEqual(const CPOSObject& other) {
-  const UnicodeString* string = TryFromContainer<UnicodeString>(other.fContainer);
+  const UnicodeString* string = TryFromContainer<UnicodeString>(other.Container());
   if (string == nullptr || fLength != string->fLength) return false;
   return std::memcmp(fUnits, string->fUnits, fLength * sizeof(uint16_t)) == 0;
 }
 
 bool BinData::IsEqual(const CPOSObject& other) {
-  const BinData* data = TryFromContainer<BinData>(other.fContainer);
+  const BinData* data = TryFromContainer<BinData>(other.Container());
   if (data == nullptr || TypeName() != data->TypeName() || fSize != data->fSize) return false;
   return fSize == 0 || std::memcmp(fData, data->fData, fSize) == 0;
 }
 
 bool RawPointer::IsEqual(const CPOSObject& other) {
-  return TryFromContainer<RawPointer>(other.fContainer) != nullptr;
+  return TryFromContainer<RawPointer>(other.Container()) != nullptr;
 }
 
 // ---- Arrays ------------------------------------------------------------------------
@@ -89,7 +89,7 @@ BaseObject* Array::Clone() {
 }
 
 bool Array::IsEqual(const CPOSObject& other) {
-  const Array* array = TryFromContainer<Array>(other.fContainer);
+  const Array* array = TryFromContainer<Array>(other.Container());
   if (array == nullptr || fCount != array->fCount) return false;
   for (uint32_t i = 0; i < fCount; ++i) {
     const CPOSObject& mine = fData[i];
@@ -116,7 +116,7 @@ BaseObject* Dict::Clone() {
 }
 
 bool Dict::IsEqual(const CPOSObject& other) {
-  const Dict* dict = TryFromContainer<Dict>(other.fContainer);
+  const Dict* dict = TryFromContainer<Dict>(other.Container());
   if (dict == nullptr) return false;
   for (ConstDictIterator it(fTree); !it.IsDone(); it.Next()) {
     DictNode* node = it.Current();

@@ -11,16 +11,20 @@ void DebugDumpObject(const CPOSObject&, uintptr_t) {}
 
 void DebugDumpRewindObject(const CPOSObject&, uintptr_t) {}
 
-void POSObjectDebugDump(MOXContainer object) {
+namespace POSObjectStaticsEntries {
+
+void DebugDump(MOXContainer object) {
   EntryGuardVoid([&] { DebugDumpObject(CPOSBorrowedObject(object), 0); });
 }
 
-void POSObjectDebugDumpWithHeader(MOXContainer object, uintptr_t header) {
+void DebugDumpWithHeader(MOXContainer object, uintptr_t header) {
   EntryGuardVoid([&] { DebugDumpObject(CPOSBorrowedObject(object), header); });
 }
 
-void POSObjectDebugDumpRewind(MOXContainer object, uintptr_t word) {
+void DebugDumpRewind(MOXContainer object, uintptr_t word) {
   EntryGuardVoid([&] { DebugDumpRewindObject(CPOSBorrowedObject(object), word); });
 }
+
+}  // namespace POSObjectStaticsEntries
 
 }  // namespace NPOSObjectImpl

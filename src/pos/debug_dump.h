@@ -17,12 +17,15 @@ namespace NPOSObjectImpl {
 void DebugDumpObject(const MOX_T_MT::CPOSObject& object, uintptr_t header);
 void DebugDumpRewindObject(const MOX_T_MT::CPOSObject& object, uintptr_t word);
 
-// The entries. They borrow the caller's reference: the object's count is the
-// same afterwards, even for an object nobody owns yet. A null handle reports
+// The entries of "POSObjectStatics" (CreateFromText stands in text_parser.h).
+// They borrow the caller's reference: the object's count is the same
+// afterwards, even for an object nobody owns yet. A null handle reports
 // "invalid container", one without a signature "couldn't get signature".
-void POSObjectDebugDump(MOXContainer object);
-void POSObjectDebugDumpWithHeader(MOXContainer object, uintptr_t header);
-void POSObjectDebugDumpRewind(MOXContainer object, uintptr_t word);
+namespace POSObjectStaticsEntries {
+void DebugDump(MOXContainer object);
+void DebugDumpWithHeader(MOXContainer object, uintptr_t header);
+void DebugDumpRewind(MOXContainer object, uintptr_t word);
+}  // namespace POSObjectStaticsEntries
 
 }  // namespace NPOSObjectImpl
 

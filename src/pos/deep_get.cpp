@@ -38,7 +38,7 @@ CPOSObject Miss(bool quiet, const char* message) {
 // The rest of the walk from `value`, or the value itself at the end.
 CPOSObject Continue(const CPOSObject& value, char* rest, bool quiet) {
   if (*rest == '\0') return value;
-  return DeepLookup(ResolveBaseObject(value.fContainer), rest, quiet);
+  return DeepLookup(ResolveBaseObject(value.Container()), rest, quiet);
 }
 
 CPOSObject KeyStep(BaseObject* object, char* address, bool quiet) {
@@ -94,7 +94,7 @@ CPOSObject DeepLookup(BaseObject* object, char* address, bool quiet) {
 }
 
 CPOSObject DeepGetValue(Dict* dict, const CMOXStringHolder& address, bool quiet) {
-  const char* text = address.fCString;
+  const char* text = address.CString();
   bool addDot = text[0] != '.';
   size_t length = std::strlen(text);
   char* copy = static_cast<char*>(MOXMemory::AllocOrThrow(length + (addDot ? 1 : 0) + 1));

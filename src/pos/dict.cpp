@@ -37,7 +37,7 @@ CPOSObject Dict::LookupValue(const char* key, bool quiet) const {
 }
 
 void Dict::InsertValue(const CMOXStringHolder& key, const CPOSObject& value) {
-  DictNode* node = fTree->Find(key.fCString);
+  DictNode* node = fTree->Find(key.CString());
   if (node != nullptr) {
     node->fValue = value;
     return;

@@ -17,7 +17,7 @@ DictIterator* ResolveDictIterator(MOXContainer container) {
   void* instance;
   const MOXPrimaryInstanceRecord* record =
       container != nullptr ? MOXPrimaryRecord(container) : nullptr;
-  if (record != nullptr && record->instanceName == name.fCString) {
+  if (record != nullptr && record->instanceName == name.CString()) {
     instance = record->instance;
   } else {
     instance = MOXNGetInstance(container, name);

@@ -30,7 +30,7 @@ struct DictNode {
   CMOXStringHolder fKey;
   MOX_T_MT::CPOSObject fValue;
 
-  const char* Key() const { return fKey.fCString; }
+  const char* Key() const { return fKey.CString(); }
 
   // A red node with no links, holding references of its own to `key` and
   // `value`. std::bad_alloc leaves nothing behind.

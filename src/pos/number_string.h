@@ -39,7 +39,7 @@ class String final : public BaseObject {
   BaseObject* Clone() override;
   bool IsEqual(const CPOSObject& other) override;
 
-  const char* Text() const { return fText.fCString; }
+  const char* Text() const { return fText.CString(); }
 
  private:
   const CMOXStringHolder fText;

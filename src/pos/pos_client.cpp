@@ -7,149 +7,69 @@ namespace MOX_T_MT {
 
 namespace {
 
-constexpr MOXMethodRow kStaticsRows[] = {
-    MOX_CLIENT_ROW("DebugDump", POSObjectDebugDumpProc),
-    MOX_CLIENT_ROW("DebugDumpWithHeader", POSObjectDebugDumpWithHeaderProc),
-    MOX_CLIENT_ROW("DebugDumpRewind", POSObjectDebugDumpRewindProc),
-    MOX_CLIENT_ROW("CreateFromText", POSObjectCreateFromTextProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr MOXMethodRow kNumberRows[] = {
-    MOX_CLIENT_ROW("NewPOSNumber", POSNumberNewPOSNumberProc),
-    MOX_CLIENT_ROW("IsPOSNumber", POSNumberIsPOSNumberProc),
-    MOX_CLIENT_ROW("Get", POSNumberGetProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr MOXMethodRow kStringRows[] = {
-    MOX_CLIENT_ROW("NewPOSString", POSStringNewPOSStringProc),
-    MOX_CLIENT_ROW("IsPOSString", POSStringIsPOSStringProc),
-    MOX_CLIENT_ROW("Get", POSStringGetProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr MOXMethodRow kUnicodeStringRows[] = {
-    MOX_CLIENT_ROW("NewPOSUnicodeString", POSUnicodeStringNewPOSUnicodeStringProc),
-    MOX_CLIENT_ROW("IsPOSUnicodeString", POSUnicodeStringIsPOSUnicodeStringProc),
-    MOX_CLIENT_ROW("Get", POSUnicodeStringGetProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr MOXMethodRow kBinDataRows[] = {
-    MOX_CLIENT_ROW("NewPOSBinData", POSBinDataNewPOSBinDataProc),
-    MOX_CLIENT_ROW("IsPOSBinData", POSBinDataIsPOSBinDataProc),
-    MOX_CLIENT_ROW("GetTypeName", POSBinDataGetTypeNameProc),
-    MOX_CLIENT_ROW("GetBinData", POSBinDataGetBinDataProc),
-    MOX_CLIENT_ROW("GetSize", POSBinDataGetSizeProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr MOXMethodRow kRawPointerRows[] = {
-    MOX_CLIENT_ROW("NewPOSRawPointer", POSRawPointerNewPOSRawPointerProc),
-    MOX_CLIENT_ROW("IsPOSRawPointer", POSRawPointerIsPOSRawPointerProc),
-    MOX_CLIENT_ROW("GetRawPointer", POSRawPointerGetRawPointerProc),
-    MOX_CLIENT_ROW("GetReleaseProc", POSRawPointerGetReleaseProcProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr MOXMethodRow kArrayRows[] = {
-    MOX_CLIENT_ROW("NewPOSArray", POSArrayNewPOSArrayProc),
-    MOX_CLIENT_ROW("IsPOSArray", POSArrayIsPOSArrayProc),
-    MOX_CLIENT_ROW("GetAt", POSArrayGetAtProc),
-    MOX_CLIENT_ROW("Count", POSArrayCountProc),
-    MOX_CLIENT_ROW("SetAt", POSArraySetAtProc),
-    MOX_CLIENT_ROW("Append", POSArrayAppendProc),
-    MOX_CLIENT_ROW("Remove", POSArrayRemoveProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr MOXMethodRow kDictRows[] = {
-    MOX_CLIENT_ROW("NewPOSDict", POSDictNewPOSDictProc),
-    MOX_CLIENT_ROW("IsPOSDict", POSDictIsPOSDictProc),
-    MOX_CLIENT_ROW("Get", POSDictGetProc),
-    MOX_CLIENT_ROW("DeepGet", POSDictDeepGetProc),
-    MOX_CLIENT_ROW("Put", POSDictPutProc),
-    MOX_CLIENT_ROW("Remove", POSDictRemoveProc),
-    MOX_CLIENT_END_ROW,
-};
-constexpr MOXMethodRow kDictIteratorRows[] = {
-    MOX_CLIENT_ROW("NewPOSDictIterator", POSDictIteratorNewPOSDictIteratorProc),
-    MOX_CLIENT_ROW("Begin", POSDictIteratorBeginProc),
-    MOX_CLIENT_ROW("Next", POSDictIteratorNextProc),
-    MOX_CLIENT_ROW("IsDone", POSDictIteratorIsDoneProc),
-    MOX_CLIENT_ROW("CurKey", POSDictIteratorCurKeyProc),
-    MOX_CLIENT_END_ROW,
-};
-
-template <size_t N>
-constexpr size_t RowCount(const MOXMethodRow (&)[N]) {
-  return N - 1;  // without the closing row
-}
-static_assert(RowCount(kStaticsRows) == kStaticsMethodCount, "statics rows");
-static_assert(RowCount(kNumberRows) == kNumberMethodCount, "number rows");
-static_assert(RowCount(kStringRows) == kStringMethodCount, "string rows");
-static_assert(RowCount(kUnicodeStringRows) == kUnicodeStringMethodCount, "unicode rows");
-static_assert(RowCount(kBinDataRows) == kBinDataMethodCount, "bindata rows");
-static_assert(RowCount(kRawPointerRows) == kRawPointerMethodCount, "raw pointer rows");
-static_assert(RowCount(kArrayRows) == kArrayMethodCount, "array rows");
-static_assert(RowCount(kDictRows) == kDictMethodCount, "dict rows");
-static_assert(RowCount(kDictIteratorRows) == kIteratorMethodCount, "iterator rows");
-
-void* gStaticsSlots[kStaticsMethodCount];
-void* gNumberSlots[kNumberMethodCount];
-void* gStringSlots[kStringMethodCount];
-void* gUnicodeStringSlots[kUnicodeStringMethodCount];
-void* gBinDataSlots[kBinDataMethodCount];
-void* gRawPointerSlots[kRawPointerMethodCount];
-void* gArraySlots[kArrayMethodCount];
-void* gDictSlots[kDictMethodCount];
-void* gDictIteratorSlots[kIteratorMethodCount];
+void* gStaticsSlots[POSObjectStaticsSlots::kMethodCount];
+void* gNumberSlots[POSNumberSlots::kMethodCount];
+void* gStringSlots[POSStringSlots::kMethodCount];
+void* gUnicodeStringSlots[POSUnicodeStringSlots::kMethodCount];
+void* gBinDataSlots[POSBinDataSlots::kMethodCount];
+void* gRawPointerSlots[POSRawPointerSlots::kMethodCount];
+void* gArraySlots[POSArraySlots::kMethodCount];
+void* gDictSlots[POSDictSlots::kMethodCount];
+void* gDictIteratorSlots[POSDictIteratorSlots::kMethodCount];
 
 // Loaded on first use and again whenever the runtime has unregistered
 // something; a failed load leaves slot 0 clear, so the table reads as absent.
-MOXInterfaceTable gStaticsTable("POSObjectStatics", kStaticsRows, RowCount(kStaticsRows),
-                                gStaticsSlots, true);
-MOXInterfaceTable gNumberTable("POSNumberInterface", kNumberRows, RowCount(kNumberRows),
-                               gNumberSlots, true);
-MOXInterfaceTable gStringTable("POSStringInterface", kStringRows, RowCount(kStringRows),
-                               gStringSlots, true);
-MOXInterfaceTable gUnicodeStringTable("POSUnicodeStringInterface", kUnicodeStringRows,
-                                      RowCount(kUnicodeStringRows), gUnicodeStringSlots, true);
-MOXInterfaceTable gBinDataTable("POSBinDataInterface", kBinDataRows, RowCount(kBinDataRows),
-                                gBinDataSlots, true);
-MOXInterfaceTable gRawPointerTable("POSRawPointerInterface", kRawPointerRows,
-                                   RowCount(kRawPointerRows), gRawPointerSlots, true);
-MOXInterfaceTable gArrayTable("POSArrayInterface", kArrayRows, RowCount(kArrayRows), gArraySlots,
-                              true);
-MOXInterfaceTable gDictTable("POSDictInterface", kDictRows, RowCount(kDictRows), gDictSlots, true);
-MOXInterfaceTable gDictIteratorTable("POSDictIteratorInterface", kDictIteratorRows,
-                                     RowCount(kDictIteratorRows), gDictIteratorSlots, true);
-
-using POSIsProc = bool (*)(MOXContainer);
+TMOXInterfaceTable<POSObjectStaticsSlots::Slot> gStaticsTable(POS_OBJECT_STATICS_NAME,
+                                                              gStaticsSlots, true);
+TMOXInterfaceTable<POSNumberSlots::Slot> gNumberTable(POS_NUMBER_INTERFACE_NAME, gNumberSlots,
+                                                      true);
+TMOXInterfaceTable<POSStringSlots::Slot> gStringTable(POS_STRING_INTERFACE_NAME, gStringSlots,
+                                                      true);
+TMOXInterfaceTable<POSUnicodeStringSlots::Slot> gUnicodeStringTable(
+    POS_UNICODE_STRING_INTERFACE_NAME, gUnicodeStringSlots, true);
+TMOXInterfaceTable<POSBinDataSlots::Slot> gBinDataTable(POS_BIN_DATA_INTERFACE_NAME, gBinDataSlots,
+                                                        true);
+TMOXInterfaceTable<POSRawPointerSlots::Slot> gRawPointerTable(POS_RAW_POINTER_INTERFACE_NAME,
+                                                              gRawPointerSlots, true);
+TMOXInterfaceTable<POSArraySlots::Slot> gArrayTable(POS_ARRAY_INTERFACE_NAME, gArraySlots, true);
+TMOXInterfaceTable<POSDictSlots::Slot> gDictTable(POS_DICT_INTERFACE_NAME, gDictSlots, true);
+TMOXInterfaceTable<POSDictIteratorSlots::Slot> gDictIteratorTable(POS_DICT_ITERATOR_INTERFACE_NAME,
+                                                                  gDictIteratorSlots, true);
 
 // The conversion of every typed class: `target` already holds a copy of the
-// object; it stays only if the class's test says yes.
-void CheckClass(CPOSObject& target, CPOSClientTable& client, bool quiet, const char* failure) {
+// object; it stays only if the class's test (`kIs`, its IsPOS... slot) says
+// yes.
+template <auto kIs>
+void CheckClass(CPOSObject& target, TPOSClientTable<decltype(kIs)>& client, bool quiet,
+                const char* failure) {
   void** slots = client.Refresh();
-  if (slots != nullptr && MOXProcAt<POSIsProc>(slots, kIsSlot)(target.fContainer)) return;
+  if (slots != nullptr && MOXProcAt<kIs>(slots)(target.Container())) return;
   if (!quiet) throw POSException(failure);
   target.Reset();
 }
 
-bool IsOfClass(const CPOSObject& object, CPOSClientTable& client) {
+template <auto kIs>
+bool IsOfClass(const CPOSObject& object, TPOSClientTable<decltype(kIs)>& client) {
   void** slots = client.Refresh();
-  return slots != nullptr && MOXProcAt<POSIsProc>(slots, kIsSlot)(object.fContainer);
+  return slots != nullptr && MOXProcAt<kIs>(slots)(object.Container());
 }
 
 // Wraps what a New method returned; a null handle (the method failed and
 // reported) raises "invalid container".
 template <class Typed>
-Typed Adopt(MOXContainer fresh) {
+Typed WrapNew(MOXContainer fresh) {
   Typed typed;
   static_cast<CPOSObject&>(typed) = CPOSObject(fresh);
   return typed;
 }
 
-// The New method of a class, or null when the interface is not there.
-template <typename Proc, typename... Args>
-MOXContainer CallNew(CPOSClientTable& client, Args... args) {
+// The New method of a class (`kNew`, its NewPOS... slot), or null when the
+// interface is not there.
+template <auto kNew, typename... Args>
+MOXContainer CallNew(TPOSClientTable<decltype(kNew)>& client, Args... args) {
   void** slots = client.Refresh();
   if (slots == nullptr) return nullptr;
-  return MOXProcAt<Proc>(slots, kNewSlot)(args...);
+  return MOXProcAt<kNew>(slots)(args...);
 }
 
 constexpr char kDictGetFailed[] = "CPOSDict::Get failed";
@@ -158,15 +78,15 @@ constexpr char kSubscriptFailed[] = "CPOSArray::GetAt subscript failed";
 
 }  // namespace
 
-CPOSClientTable gPOSObjectStaticsClient(&gStaticsTable);
-CPOSClientTable gPOSNumberClient(&gNumberTable);
-CPOSClientTable gPOSStringClient(&gStringTable);
-CPOSClientTable gPOSUnicodeStringClient(&gUnicodeStringTable);
-CPOSClientTable gPOSBinDataClient(&gBinDataTable);
-CPOSClientTable gPOSRawPointerClient(&gRawPointerTable);
-CPOSClientTable gPOSArrayClient(&gArrayTable);
-CPOSClientTable gPOSDictClient(&gDictTable);
-CPOSClientTable gPOSDictIteratorClient(&gDictIteratorTable);
+TPOSClientTable<POSObjectStaticsSlots::Slot> gPOSObjectStaticsClient(&gStaticsTable);
+TPOSClientTable<POSNumberSlots::Slot> gPOSNumberClient(&gNumberTable);
+TPOSClientTable<POSStringSlots::Slot> gPOSStringClient(&gStringTable);
+TPOSClientTable<POSUnicodeStringSlots::Slot> gPOSUnicodeStringClient(&gUnicodeStringTable);
+TPOSClientTable<POSBinDataSlots::Slot> gPOSBinDataClient(&gBinDataTable);
+TPOSClientTable<POSRawPointerSlots::Slot> gPOSRawPointerClient(&gRawPointerTable);
+TPOSClientTable<POSArraySlots::Slot> gPOSArrayClient(&gArrayTable);
+TPOSClientTable<POSDictSlots::Slot> gPOSDictClient(&gDictTable);
+TPOSClientTable<POSDictIteratorSlots::Slot> gPOSDictIteratorClient(&gDictIteratorTable);
 
 void** CPOSClientTable::Refresh() {
   void** slots = fTable->Get();
@@ -179,8 +99,7 @@ void** CPOSClientTable::Refresh() {
 CPOSObject CPOSObjectStatics::CreateFromText(const char* text, const char** position) {
   void** slots = gPOSObjectStaticsClient.Refresh();
   if (slots == nullptr) return CPOSObject();
-  MOXContainer object =
-      MOXProcAt<POSObjectCreateFromTextProc>(slots, kStaticsCreateFromText)(text, position);
+  MOXContainer object = MOXProcAt<POSObjectStaticsSlots::CreateFromText>(slots)(text, position);
   if (object == nullptr) return CPOSObject();
   return CPOSObject(object);
 }
@@ -188,87 +107,90 @@ CPOSObject CPOSObjectStatics::CreateFromText(const char* text, const char** posi
 bool CPOSObjectStatics::DebugDump(const CPOSObject& object) {
   void** slots = gPOSObjectStaticsClient.Refresh();
   if (slots == nullptr) return false;
-  MOXProcAt<POSObjectDebugDumpProc>(slots, kStaticsDebugDump)(object.fContainer);
+  MOXProcAt<POSObjectStaticsSlots::DebugDump>(slots)(object.Container());
   return true;
 }
 
 // ---- Scalars -------------------------------------------------------------------
 
 CPOSNumber::CPOSNumber(const CPOSObject& object, bool quiet) : CPOSObject(object) {
-  CheckClass(*this, gPOSNumberClient, quiet, "downcast from CPOSObject to CPOSNumber failed");
+  CheckClass<POSNumberSlots::IsPOSNumber>(*this, gPOSNumberClient, quiet,
+                                          "downcast from CPOSObject to CPOSNumber failed");
 }
 CPOSNumber CPOSNumber::New(double value) {
-  return Adopt<CPOSNumber>(CallNew<POSNumberNewPOSNumberProc>(gPOSNumberClient, value));
+  return WrapNew<CPOSNumber>(CallNew<POSNumberSlots::NewPOSNumber>(gPOSNumberClient, value));
 }
 bool CPOSNumber::Is(const CPOSObject& object) {
-  return IsOfClass(object, gPOSNumberClient);
+  return IsOfClass<POSNumberSlots::IsPOSNumber>(object, gPOSNumberClient);
 }
 double CPOSNumber::Get() const {
-  return gPOSNumberClient.Slot<POSNumberGetProc>(kNumberGet)(fContainer);
+  return gPOSNumberClient.Proc<POSNumberSlots::Get>()(Container());
 }
 
 CPOSString::CPOSString(const CPOSObject& object, bool quiet) : CPOSObject(object) {
-  CheckClass(*this, gPOSStringClient, quiet, "downcast from CPOSObject to CPOSString failed");
+  CheckClass<POSStringSlots::IsPOSString>(*this, gPOSStringClient, quiet,
+                                          "downcast from CPOSObject to CPOSString failed");
 }
 CPOSString CPOSString::New(const char* text) {
-  return Adopt<CPOSString>(CallNew<POSStringNewPOSStringProc>(gPOSStringClient, text));
+  return WrapNew<CPOSString>(CallNew<POSStringSlots::NewPOSString>(gPOSStringClient, text));
 }
 bool CPOSString::Is(const CPOSObject& object) {
-  return IsOfClass(object, gPOSStringClient);
+  return IsOfClass<POSStringSlots::IsPOSString>(object, gPOSStringClient);
 }
 const char* CPOSString::Get() const {
-  return gPOSStringClient.Slot<POSStringGetProc>(kStringGet)(fContainer);
+  return gPOSStringClient.Proc<POSStringSlots::Get>()(Container());
 }
 
 CPOSUnicodeString::CPOSUnicodeString(const CPOSObject& object, bool quiet) : CPOSObject(object) {
-  CheckClass(*this, gPOSUnicodeStringClient, quiet,
-             "downcast from CPOSObject to CPOSUnicodeString failed");
+  CheckClass<POSUnicodeStringSlots::IsPOSUnicodeString>(
+      *this, gPOSUnicodeStringClient, quiet,
+      "downcast from CPOSObject to CPOSUnicodeString failed");
 }
 CPOSUnicodeString CPOSUnicodeString::New(const uint16_t* units) {
-  return Adopt<CPOSUnicodeString>(
-      CallNew<POSUnicodeStringNewPOSUnicodeStringProc>(gPOSUnicodeStringClient, units));
+  return WrapNew<CPOSUnicodeString>(
+      CallNew<POSUnicodeStringSlots::NewPOSUnicodeString>(gPOSUnicodeStringClient, units));
 }
 bool CPOSUnicodeString::Is(const CPOSObject& object) {
-  return IsOfClass(object, gPOSUnicodeStringClient);
+  return IsOfClass<POSUnicodeStringSlots::IsPOSUnicodeString>(object, gPOSUnicodeStringClient);
 }
 const uint16_t* CPOSUnicodeString::Get() const {
-  return gPOSUnicodeStringClient.Slot<POSUnicodeStringGetProc>(kUnicodeStringGet)(fContainer);
+  return gPOSUnicodeStringClient.Proc<POSUnicodeStringSlots::Get>()(Container());
 }
 
 CPOSBinData::CPOSBinData(const CPOSObject& object, bool quiet) : CPOSObject(object) {
-  CheckClass(*this, gPOSBinDataClient, quiet, "downcast from CPOSObject to CPOSBinData failed");
+  CheckClass<POSBinDataSlots::IsPOSBinData>(*this, gPOSBinDataClient, quiet,
+                                            "downcast from CPOSObject to CPOSBinData failed");
 }
 CPOSBinData CPOSBinData::New(const char* typeName, const void* data, uint64_t size) {
-  return Adopt<CPOSBinData>(
-      CallNew<POSBinDataNewPOSBinDataProc>(gPOSBinDataClient, typeName, data, size));
+  return WrapNew<CPOSBinData>(
+      CallNew<POSBinDataSlots::NewPOSBinData>(gPOSBinDataClient, typeName, data, size));
 }
 bool CPOSBinData::Is(const CPOSObject& object) {
-  return IsOfClass(object, gPOSBinDataClient);
+  return IsOfClass<POSBinDataSlots::IsPOSBinData>(object, gPOSBinDataClient);
 }
 const char* CPOSBinData::GetTypeName() const {
-  return gPOSBinDataClient.Slot<POSBinDataGetTypeNameProc>(kBinDataGetTypeName)(fContainer);
+  return gPOSBinDataClient.Proc<POSBinDataSlots::GetTypeName>()(Container());
 }
 const void* CPOSBinData::GetBinData() const {
-  return gPOSBinDataClient.Slot<POSBinDataGetBinDataProc>(kBinDataGetBinData)(fContainer);
+  return gPOSBinDataClient.Proc<POSBinDataSlots::GetBinData>()(Container());
 }
 uint64_t CPOSBinData::GetSize() const {
-  return gPOSBinDataClient.Slot<POSBinDataGetSizeProc>(kBinDataGetSize)(fContainer);
+  return gPOSBinDataClient.Proc<POSBinDataSlots::GetSize>()(Container());
 }
 
 CPOSRawPointer::CPOSRawPointer(const CPOSObject& object, bool quiet) : CPOSObject(object) {
-  CheckClass(*this, gPOSRawPointerClient, quiet,
-             "downcast from CPOSObject to CPOSRawPointer failed");
+  CheckClass<POSRawPointerSlots::IsPOSRawPointer>(
+      *this, gPOSRawPointerClient, quiet, "downcast from CPOSObject to CPOSRawPointer failed");
 }
 CPOSRawPointer CPOSRawPointer::New(void* pointer, MOXReleaseProc release) {
-  return Adopt<CPOSRawPointer>(
-      CallNew<POSRawPointerNewPOSRawPointerProc>(gPOSRawPointerClient, pointer, release));
+  return WrapNew<CPOSRawPointer>(
+      CallNew<POSRawPointerSlots::NewPOSRawPointer>(gPOSRawPointerClient, pointer, release));
 }
 bool CPOSRawPointer::Is(const CPOSObject& object) {
-  return IsOfClass(object, gPOSRawPointerClient);
+  return IsOfClass<POSRawPointerSlots::IsPOSRawPointer>(object, gPOSRawPointerClient);
 }
 void* CPOSRawPointer::GetRawPointer() const {
-  return gPOSRawPointerClient.Slot<POSRawPointerGetRawPointerProc>(kRawPointerGetRawPointer)(
-      fContainer);
+  return gPOSRawPointerClient.Proc<POSRawPointerSlots::GetRawPointer>()(Container());
 }
 
 CPOSMOXObjRef::CPOSMOXObjRef(const CPOSObject& object, bool quiet) : CPOSRawPointer(object, quiet) {
@@ -278,70 +200,71 @@ CPOSMOXObjRef::CPOSMOXObjRef(const CPOSObject& object, bool quiet) : CPOSRawPoin
 // ---- Arrays --------------------------------------------------------------------
 
 CPOSArray::CPOSArray(const CPOSObject& object, bool quiet) : CPOSObject(object) {
-  CheckClass(*this, gPOSArrayClient, quiet, "downcast from CPOSObject to CPOSArray failed");
+  CheckClass<POSArraySlots::IsPOSArray>(*this, gPOSArrayClient, quiet,
+                                        "downcast from CPOSObject to CPOSArray failed");
 }
 CPOSArray CPOSArray::New() {
-  return Adopt<CPOSArray>(CallNew<POSArrayNewPOSArrayProc>(gPOSArrayClient));
+  return WrapNew<CPOSArray>(CallNew<POSArraySlots::NewPOSArray>(gPOSArrayClient));
 }
 bool CPOSArray::Is(const CPOSObject& object) {
-  return IsOfClass(object, gPOSArrayClient);
+  return IsOfClass<POSArraySlots::IsPOSArray>(object, gPOSArrayClient);
 }
 
 CPOSObject CPOSArray::GetAt(uint64_t index) const {
-  MOXContainer member = gPOSArrayClient.Slot<POSArrayGetAtProc>(kArrayGetAt)(fContainer, index);
+  MOXContainer member = gPOSArrayClient.Proc<POSArraySlots::GetAt>()(Container(), index);
   if (member == nullptr) throw POSException(kSubscriptFailed);
   return CPOSObject(member);
 }
 uint32_t CPOSArray::Count() const {
-  return gPOSArrayClient.Slot<POSArrayCountProc>(kArrayCount)(fContainer);
+  return gPOSArrayClient.Proc<POSArraySlots::Count>()(Container());
 }
 void CPOSArray::Append(const CPOSObject& value) const {
-  gPOSArrayClient.Slot<POSArrayAppendProc>(kArrayAppend)(fContainer, value.fContainer);
+  gPOSArrayClient.Proc<POSArraySlots::Append>()(Container(), value.Container());
 }
 
 // ---- Dictionaries ----------------------------------------------------------------
 
 CPOSDict::CPOSDict(const CPOSObject& object, bool quiet) : CPOSObject(object) {
-  CheckClass(*this, gPOSDictClient, quiet, "downcast from CPOSObject to CPOSDict failed");
+  CheckClass<POSDictSlots::IsPOSDict>(*this, gPOSDictClient, quiet,
+                                      "downcast from CPOSObject to CPOSDict failed");
 }
 CPOSDict CPOSDict::New() {
-  return Adopt<CPOSDict>(CallNew<POSDictNewPOSDictProc>(gPOSDictClient));
+  return WrapNew<CPOSDict>(CallNew<POSDictSlots::NewPOSDict>(gPOSDictClient));
 }
 bool CPOSDict::Is(const CPOSObject& object) {
-  return IsOfClass(object, gPOSDictClient);
+  return IsOfClass<POSDictSlots::IsPOSDict>(object, gPOSDictClient);
 }
 
 bool CPOSDict::Has(const char* key) const {
   CMOXStringHolder atom(key);
-  return gPOSDictClient.Slot<POSDictGetProc>(kDictGet)(fContainer, atom.fAtom) != nullptr;
+  return gPOSDictClient.Proc<POSDictSlots::Get>()(Container(), atom.Atom()) != nullptr;
 }
 bool CPOSDict::HasDeep(const char* address) const {
   CMOXStringHolder atom(address);
-  return gPOSDictClient.Slot<POSDictDeepGetProc>(kDictDeepGet)(fContainer, atom.fAtom) != nullptr;
+  return gPOSDictClient.Proc<POSDictSlots::DeepGet>()(Container(), atom.Atom()) != nullptr;
 }
 void CPOSDict::Put(const char* key, const CPOSObject& value) const {
   Put(CMOXStringHolder(key), value);
 }
 void CPOSDict::Put(const CMOXStringHolder& key, const CPOSObject& value) const {
-  gPOSDictClient.Slot<POSDictPutProc>(kDictPut)(fContainer, key.fAtom, value.fContainer);
+  gPOSDictClient.Proc<POSDictSlots::Put>()(Container(), key.Atom(), value.Container());
 }
 void CPOSDict::Remove(const char* key) const {
   CMOXStringHolder atom(key);
-  gPOSDictClient.Slot<POSDictRemoveProc>(kDictRemove)(fContainer, atom.fAtom);
+  gPOSDictClient.Proc<POSDictSlots::Remove>()(Container(), atom.Atom());
 }
 CPOSObject CPOSDict::Get(const char* key, bool quiet) const {
   return Get(CMOXStringHolder(key), quiet);
 }
 CPOSObject CPOSDict::Get(const CMOXStringHolder& key, bool quiet) const {
-  MOXContainer value = gPOSDictClient.Slot<POSDictGetProc>(kDictGet)(fContainer, key.fAtom);
+  MOXContainer value = gPOSDictClient.Proc<POSDictSlots::Get>()(Container(), key.Atom());
   if (value != nullptr) return CPOSObject(value);
   if (!quiet) throw POSException(kDictGetFailed);
   return CPOSObject();
 }
 CPOSObject CPOSDict::DeepGet(const char* address, bool quiet) const {
   CMOXStringHolder atom(address);
-  MOXContainer value =
-      gPOSDictClient.Slot<POSDictDeepGetProc>(kDictDeepGet)(fContainer, atom.fAtom);
+  MOXContainer value = gPOSDictClient.Proc<POSDictSlots::DeepGet>()(Container(), atom.Atom());
   if (value != nullptr) return CPOSObject(value);
   if (!quiet) throw POSException(kSubscriptFailed);
   return CPOSObject();
@@ -379,24 +302,24 @@ namespace {
 MOXContainer NewIterator(MOXContainer dict) {
   void** slots = gPOSDictIteratorClient.Refresh();
   if (slots == nullptr) return nullptr;
-  return MOXProcAt<POSDictIteratorNewPOSDictIteratorProc>(slots, kIteratorNew)(dict);
+  return MOXProcAt<POSDictIteratorSlots::NewPOSDictIterator>(slots)(dict);
 }
 }  // namespace
 
 CPOSDictIterator::CPOSDictIterator(const CPOSDict& dict)
-    : CMOXContainerRef(NewIterator(dict.fContainer)) {}
+    : CMOXContainerRef(NewIterator(dict.Container())) {}
 
 void CPOSDictIterator::Begin() const {
-  gPOSDictIteratorClient.Slot<POSDictIteratorBeginProc>(kIteratorBegin)(fContainer);
+  gPOSDictIteratorClient.Proc<POSDictIteratorSlots::Begin>()(Container());
 }
 void CPOSDictIterator::Next() const {
-  gPOSDictIteratorClient.Slot<POSDictIteratorNextProc>(kIteratorNext)(fContainer);
+  gPOSDictIteratorClient.Proc<POSDictIteratorSlots::Next>()(Container());
 }
 bool CPOSDictIterator::IsDone() const {
-  return gPOSDictIteratorClient.Slot<POSDictIteratorIsDoneProc>(kIteratorIsDone)(fContainer);
+  return gPOSDictIteratorClient.Proc<POSDictIteratorSlots::IsDone>()(Container());
 }
 const char* CPOSDictIterator::CurKey() const {
-  return gPOSDictIteratorClient.Slot<POSDictIteratorCurKeyProc>(kIteratorCurKey)(fContainer);
+  return gPOSDictIteratorClient.Proc<POSDictIteratorSlots::CurKey>()(Container());
 }
 
 }  // namespace MOX_T_MT

@@ -27,6 +27,7 @@
 #include "binding/container_ref.h"
 #include "binding/host_tables.h"
 #include "binding/string_holder.h"
+#include "pos/pos_client_tables.h"
 #include "pos/pos_object.h"
 
 namespace MOX_T_MT {
@@ -39,14 +40,11 @@ class CPOSClientTable {
   constexpr explicit CPOSClientTable(MOXInterfaceTable* table) : fTable(table), fSlots(nullptr) {}
 
   // MOXGetInterfaceTable: the slots, or null when the interface can't be
-  // bound. The result is also kept for Slot().
+  // bound. The result is also kept for Proc().
   void** Refresh();
-  // A slot through the pointer kept by the last Refresh(), unchecked.
-  template <typename Proc>
-  Proc Slot(size_t index) const {
-    void** slots = __atomic_load_n(&fSlots, __ATOMIC_RELAXED);
-    return reinterpret_cast<Proc>(__atomic_load_n(&slots[index], __ATOMIC_RELAXED));
-  }
+
+ protected:
+  void** Slots() const { return __atomic_load_n(&fSlots, __ATOMIC_RELAXED); }
 
  private:
   MOXInterfaceTable* fTable;
@@ -54,16 +52,30 @@ class CPOSClientTable {
   void** fSlots;
 };
 
+// The client table of the interface whose slots are `SlotEnum`.
+template <typename SlotEnum>
+class TPOSClientTable : public CPOSClientTable {
+ public:
+  constexpr explicit TPOSClientTable(TMOXInterfaceTable<SlotEnum>* table)
+      : CPOSClientTable(table) {}
+
+  // A slot through the pointer kept by the last Refresh(), unchecked.
+  template <SlotEnum kSlot>
+  MOXProcOf<kSlot> Proc() const {
+    return MOXProcAt<kSlot>(Slots());
+  }
+};
+
 // The client tables, one for each interface a client class uses.
-extern CPOSClientTable gPOSObjectStaticsClient;
-extern CPOSClientTable gPOSNumberClient;
-extern CPOSClientTable gPOSStringClient;
-extern CPOSClientTable gPOSUnicodeStringClient;
-extern CPOSClientTable gPOSBinDataClient;
-extern CPOSClientTable gPOSRawPointerClient;
-extern CPOSClientTable gPOSArrayClient;
-extern CPOSClientTable gPOSDictClient;
-extern CPOSClientTable gPOSDictIteratorClient;
+extern TPOSClientTable<POSObjectStaticsSlots::Slot> gPOSObjectStaticsClient;
+extern TPOSClientTable<POSNumberSlots::Slot> gPOSNumberClient;
+extern TPOSClientTable<POSStringSlots::Slot> gPOSStringClient;
+extern TPOSClientTable<POSUnicodeStringSlots::Slot> gPOSUnicodeStringClient;
+extern TPOSClientTable<POSBinDataSlots::Slot> gPOSBinDataClient;
+extern TPOSClientTable<POSRawPointerSlots::Slot> gPOSRawPointerClient;
+extern TPOSClientTable<POSArraySlots::Slot> gPOSArrayClient;
+extern TPOSClientTable<POSDictSlots::Slot> gPOSDictClient;
+extern TPOSClientTable<POSDictIteratorSlots::Slot> gPOSDictIteratorClient;
 
 // ---- Statics -------------------------------------------------------------------
 

@@ -1,54 +1,24 @@
-// The client rows of the POS interfaces, shared by the client tables of the
-// typed handles and the server tables that register the same methods: a slot
-// number means the same method on both sides.
+// The slots of the POS interfaces, generated from their method lists in
+// POSProcs.h: the client tables of the typed handles call through them, and
+// the server tables register the same lists, so a slot means the same method
+// on both sides.
 #ifndef MOXUTILS_POS_POS_CLIENT_TABLES_H_
 #define MOXUTILS_POS_POS_CLIENT_TABLES_H_
 
-#include <cstddef>
+#include "POSProcs.h"
+#include "binding/method_rows.h"
 
 namespace MOX_T_MT {
 
-// Slots of each interface, in table order.
-enum POSObjectStaticsSlot : size_t {
-  kStaticsDebugDump,
-  kStaticsDebugDumpWithHeader,
-  kStaticsDebugDumpRewind,
-  kStaticsCreateFromText,
-  kStaticsMethodCount
-};
-// Every value class opens with its New method and its test.
-enum POSClassSlot : size_t { kNewSlot = 0, kIsSlot = 1 };
-enum POSNumberSlot : size_t { kNumberGet = 2, kNumberMethodCount };
-enum POSStringSlot : size_t { kStringGet = 2, kStringMethodCount };
-enum POSUnicodeStringSlot : size_t { kUnicodeStringGet = 2, kUnicodeStringMethodCount };
-enum POSBinDataSlot : size_t {
-  kBinDataGetTypeName = 2,
-  kBinDataGetBinData,
-  kBinDataGetSize,
-  kBinDataMethodCount
-};
-enum POSRawPointerSlot : size_t {
-  kRawPointerGetRawPointer = 2,
-  kRawPointerGetReleaseProc,
-  kRawPointerMethodCount
-};
-enum POSArraySlot : size_t {
-  kArrayGetAt = 2,
-  kArrayCount,
-  kArraySetAt,
-  kArrayAppend,
-  kArrayRemove,
-  kArrayMethodCount
-};
-enum POSDictSlot : size_t { kDictGet = 2, kDictDeepGet, kDictPut, kDictRemove, kDictMethodCount };
-enum POSDictIteratorSlot : size_t {
-  kIteratorNew,
-  kIteratorBegin,
-  kIteratorNext,
-  kIteratorIsDone,
-  kIteratorCurKey,
-  kIteratorMethodCount
-};
+MOX_DEFINE_SLOTS(POSObjectStaticsSlots, POS_OBJECT_STATICS_METHODS)
+MOX_DEFINE_SLOTS(POSNumberSlots, POS_NUMBER_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(POSStringSlots, POS_STRING_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(POSUnicodeStringSlots, POS_UNICODE_STRING_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(POSBinDataSlots, POS_BIN_DATA_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(POSRawPointerSlots, POS_RAW_POINTER_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(POSArraySlots, POS_ARRAY_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(POSDictSlots, POS_DICT_INTERFACE_METHODS)
+MOX_DEFINE_SLOTS(POSDictIteratorSlots, POS_DICT_ITERATOR_INTERFACE_METHODS)
 
 }  // namespace MOX_T_MT
 

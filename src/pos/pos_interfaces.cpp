@@ -35,7 +35,15 @@ const char* KeyText(MOXStringAtom key) {
   return MOXString::GetCString(key);
 }
 
+}  // namespace
+
+// Each interface's entries stand in a namespace of their own, named after the
+// methods they implement: the server tables below are generated from the
+// interfaces' method lists and find each entry by its method's name.
+
 // ---- POSObjectInterface ------------------------------------------------------------
+
+namespace POSObjectEntries {
 
 MOXContainer Clone(MOXContainer object) {
   return EntryGuard<MOXContainer>([&]() -> MOXContainer {
@@ -57,40 +65,49 @@ bool IsEqual(MOXContainer object, MOXContainer other) {
   });
 }
 
+}  // namespace POSObjectEntries
+
 // ---- Number, String ----------------------------------------------------------------
 
+namespace POSNumberEntries {
 MOXContainer NewPOSNumber(double value) {
   return EntryGuard<MOXContainer>([&] { return NewObject<Number>(value); });
 }
 bool IsPOSNumber(MOXContainer object) {
   return IsOfClass<Number>(object);
 }
-double GetNumber(MOXContainer object) {
+double Get(MOXContainer object) {
   return EntryGuard<double>([&] { return FromContainer<Number>(object)->Value(); });
 }
+}  // namespace POSNumberEntries
 
+namespace POSStringEntries {
 MOXContainer NewPOSString(const char* text) {
   return EntryGuard<MOXContainer>([&] { return NewObject<String>(text); });
 }
 bool IsPOSString(MOXContainer object) {
   return IsOfClass<String>(object);
 }
-const char* GetString(MOXContainer object) {
+const char* Get(MOXContainer object) {
   return EntryGuard<const char*>([&] { return FromContainer<String>(object)->Text(); });
 }
+}  // namespace POSStringEntries
 
 // ---- UnicodeString, BinData, RawPointer --------------------------------------------
 
+namespace POSUnicodeStringEntries {
 MOXContainer NewPOSUnicodeString(const uint16_t* units) {
   return EntryGuard<MOXContainer>([&] { return NewObject<UnicodeString>(units); });
 }
 bool IsPOSUnicodeString(MOXContainer object) {
   return IsOfClass<UnicodeString>(object);
 }
-const uint16_t* GetUnicodeString(MOXContainer object) {
+const uint16_t* Get(MOXContainer object) {
   return EntryGuard<const uint16_t*>([&] { return FromContainer<UnicodeString>(object)->Units(); });
 }
+}  // namespace POSUnicodeStringEntries
 
+namespace POSBinDataEntries {
 MOXContainer NewPOSBinData(const char* typeName, const void* data, uint64_t size) {
   return EntryGuard<MOXContainer>([&] { return NewObject<BinData>(typeName, data, size); });
 }
@@ -106,7 +123,9 @@ const void* GetBinData(MOXContainer object) {
 uint64_t GetSize(MOXContainer object) {
   return EntryGuard<uint64_t>([&] { return FromContainer<BinData>(object)->Size(); });
 }
+}  // namespace POSBinDataEntries
 
+namespace POSRawPointerEntries {
 MOXContainer NewPOSRawPointer(void* pointer, MOXReleaseProc release) {
   return EntryGuard<MOXContainer>([&] { return NewObject<RawPointer>(pointer, release); });
 }
@@ -120,203 +139,152 @@ MOXReleaseProc GetReleaseProc(MOXContainer object) {
   return EntryGuard<MOXReleaseProc>(
       [&] { return FromContainer<RawPointer>(object)->ReleaseProc(); });
 }
+}  // namespace POSRawPointerEntries
 
 // ---- Array ---------------------------------------------------------------------------
 
+namespace POSArrayEntries {
 MOXContainer NewPOSArray() {
   return EntryGuard<MOXContainer>([&] { return NewObject<Array>(); });
 }
 bool IsPOSArray(MOXContainer object) {
   return IsOfClass<Array>(object);
 }
-MOXContainer ArrayGetAt(MOXContainer array, uint64_t index) {
+MOXContainer GetAt(MOXContainer array, uint64_t index) {
   return EntryGuard<MOXContainer>([&]() -> MOXContainer {
     Array* self = FromContainer<Array>(array);
     // The array keeps its reference: the caller borrows the member, and its
     // count is the same as before.
     if (index >= self->Count()) return nullptr;
-    return self->Slot(static_cast<uint32_t>(index)).fContainer;
+    return self->Slot(static_cast<uint32_t>(index)).Container();
   });
 }
-uint32_t ArrayCount(MOXContainer array) {
+uint32_t Count(MOXContainer array) {
   return EntryGuard<uint32_t>([&] { return FromContainer<Array>(array)->Count(); });
 }
-void ArraySetAt(MOXContainer array, uint64_t index, MOXContainer value) {
+void SetAt(MOXContainer array, uint64_t index, MOXContainer value) {
   EntryGuardVoid([&] {
     // The value is taken before the array is touched.
     CPOSObject member(value);
     FromContainer<Array>(array)->SetAt(index, member);
   });
 }
-void ArrayAppend(MOXContainer array, MOXContainer value) {
+void Append(MOXContainer array, MOXContainer value) {
   EntryGuardVoid([&] {
     CPOSObject member(value);
     FromContainer<Array>(array)->Append(member);
   });
 }
-void ArrayRemove(MOXContainer array, uint64_t index) {
+void Remove(MOXContainer array, uint64_t index) {
   EntryGuardVoid([&] { FromContainer<Array>(array)->RemoveAt(index); });
 }
 
+}  // namespace POSArrayEntries
+
 // ---- Dict ----------------------------------------------------------------------------
 
+namespace POSDictEntries {
 MOXContainer NewPOSDict() {
   return EntryGuard<MOXContainer>([&] { return NewObject<Dict>(); });
 }
 bool IsPOSDict(MOXContainer object) {
   return IsOfClass<Dict>(object);
 }
-MOXContainer DictGet(MOXContainer dict, MOXStringAtom key) {
+MOXContainer Get(MOXContainer dict, MOXStringAtom key) {
   return EntryGuard<MOXContainer>([&]() -> MOXContainer {
     Dict* self = FromContainer<Dict>(dict);
     // Borrowed, as for GetAt: the node keeps its reference.
     DictNode* node = self->Tree()->Find(KeyText(key));
-    return node == nullptr ? nullptr : node->fValue.fContainer;
+    return node == nullptr ? nullptr : node->fValue.Container();
   });
 }
-MOXContainer DictDeepGet(MOXContainer dict, MOXStringAtom address) {
+MOXContainer DeepGet(MOXContainer dict, MOXStringAtom address) {
   return EntryGuard<MOXContainer>([&] {
     if (address == nullptr) throw POSException(kNullArgument);
-    CMOXStringHolder text(address, /*adopt=*/false);
+    CMOXStringHolder text = CMOXStringHolder::Retain(address);
     Dict* self = FromContainer<Dict>(dict);
     return DeepGetValue(self, text, /*quiet=*/true).GiveAway();
   });
 }
-void DictPut(MOXContainer dict, MOXStringAtom key, MOXContainer value) {
+void Put(MOXContainer dict, MOXStringAtom key, MOXContainer value) {
   EntryGuardVoid([&] {
     // The value is taken before anything else.
     CPOSObject member(value);
     Dict* self = FromContainer<Dict>(dict);
     if (key == nullptr) throw POSException(kNullArgument);
-    self->InsertValue(CMOXStringHolder(key, /*adopt=*/false), member);
+    self->InsertValue(CMOXStringHolder::Retain(key), member);
   });
 }
-void DictRemove(MOXContainer dict, MOXStringAtom key) {
+void Remove(MOXContainer dict, MOXStringAtom key) {
   EntryGuardVoid([&] { FromContainer<Dict>(dict)->EraseKey(KeyText(key)); });
 }
 
+}  // namespace POSDictEntries
+
 // ---- DictIterator ----------------------------------------------------------------------
 
+namespace POSDictIteratorEntries {
 MOXContainer NewPOSDictIterator(MOXContainer dict) {
   return EntryGuard<MOXContainer>([&] {
     Dict* self = FromContainer<Dict>(dict);
     return NewIteratorContainer(new DictIterator(self->Tree()));
   });
 }
-void IteratorBegin(MOXContainer iterator) {
+void Begin(MOXContainer iterator) {
   EntryGuardVoid([&] { ResolveDictIterator(iterator)->Begin(); });
 }
-void IteratorNext(MOXContainer iterator) {
+void Next(MOXContainer iterator) {
   EntryGuardVoid([&] { ResolveDictIterator(iterator)->Next(); });
 }
-bool IteratorIsDone(MOXContainer iterator) {
+bool IsDone(MOXContainer iterator) {
   return EntryGuard<bool>([&] { return ResolveDictIterator(iterator)->IsDone(); });
 }
-const char* IteratorCurKey(MOXContainer iterator) {
+const char* CurKey(MOXContainer iterator) {
   return EntryGuard<const char*>([&] { return ResolveDictIterator(iterator)->CurKey(); });
 }
 
-// ---- Tables ----------------------------------------------------------------------------
+}  // namespace POSDictIteratorEntries
 
-const MOXServerRow kObjectRows[] = {
-    MOX_SERVER_ROW("Clone", POSObjectCloneProc, &Clone),
-    MOX_SERVER_ROW("IsEqual", POSObjectIsEqualProc, &IsEqual),
-    MOX_SERVER_END_ROW,
-};
-const MOXServerRow kStaticsRows[] = {
-    MOX_SERVER_ROW("DebugDump", POSObjectDebugDumpProc, &POSObjectDebugDump),
-    MOX_SERVER_ROW("DebugDumpWithHeader", POSObjectDebugDumpWithHeaderProc,
-                   &POSObjectDebugDumpWithHeader),
-    MOX_SERVER_ROW("DebugDumpRewind", POSObjectDebugDumpRewindProc, &POSObjectDebugDumpRewind),
-    MOX_SERVER_ROW("CreateFromText", POSObjectCreateFromTextProc, &POSObjectCreateFromText),
-    MOX_SERVER_END_ROW,
-};
-const MOXServerRow kNumberRows[] = {
-    MOX_SERVER_ROW("NewPOSNumber", POSNumberNewPOSNumberProc, &NewPOSNumber),
-    MOX_SERVER_ROW("IsPOSNumber", POSNumberIsPOSNumberProc, &IsPOSNumber),
-    MOX_SERVER_ROW("Get", POSNumberGetProc, &GetNumber),
-    MOX_SERVER_END_ROW,
-};
-const MOXServerRow kStringRows[] = {
-    MOX_SERVER_ROW("NewPOSString", POSStringNewPOSStringProc, &NewPOSString),
-    MOX_SERVER_ROW("IsPOSString", POSStringIsPOSStringProc, &IsPOSString),
-    MOX_SERVER_ROW("Get", POSStringGetProc, &GetString),
-    MOX_SERVER_END_ROW,
-};
-const MOXServerRow kUnicodeStringRows[] = {
-    MOX_SERVER_ROW("NewPOSUnicodeString", POSUnicodeStringNewPOSUnicodeStringProc,
-                   &NewPOSUnicodeString),
-    MOX_SERVER_ROW("IsPOSUnicodeString", POSUnicodeStringIsPOSUnicodeStringProc,
-                   &IsPOSUnicodeString),
-    MOX_SERVER_ROW("Get", POSUnicodeStringGetProc, &GetUnicodeString),
-    MOX_SERVER_END_ROW,
-};
-const MOXServerRow kBinDataRows[] = {
-    MOX_SERVER_ROW("NewPOSBinData", POSBinDataNewPOSBinDataProc, &NewPOSBinData),
-    MOX_SERVER_ROW("IsPOSBinData", POSBinDataIsPOSBinDataProc, &IsPOSBinData),
-    MOX_SERVER_ROW("GetTypeName", POSBinDataGetTypeNameProc, &GetTypeName),
-    MOX_SERVER_ROW("GetBinData", POSBinDataGetBinDataProc, &GetBinData),
-    MOX_SERVER_ROW("GetSize", POSBinDataGetSizeProc, &GetSize),
-    MOX_SERVER_END_ROW,
-};
-const MOXServerRow kRawPointerRows[] = {
-    MOX_SERVER_ROW("NewPOSRawPointer", POSRawPointerNewPOSRawPointerProc, &NewPOSRawPointer),
-    MOX_SERVER_ROW("IsPOSRawPointer", POSRawPointerIsPOSRawPointerProc, &IsPOSRawPointer),
-    MOX_SERVER_ROW("GetRawPointer", POSRawPointerGetRawPointerProc, &GetRawPointer),
-    MOX_SERVER_ROW("GetReleaseProc", POSRawPointerGetReleaseProcProc, &GetReleaseProc),
-    MOX_SERVER_END_ROW,
-};
-const MOXServerRow kArrayRows[] = {
-    MOX_SERVER_ROW("NewPOSArray", POSArrayNewPOSArrayProc, &NewPOSArray),
-    MOX_SERVER_ROW("IsPOSArray", POSArrayIsPOSArrayProc, &IsPOSArray),
-    MOX_SERVER_ROW("GetAt", POSArrayGetAtProc, &ArrayGetAt),
-    MOX_SERVER_ROW("Count", POSArrayCountProc, &ArrayCount),
-    MOX_SERVER_ROW("SetAt", POSArraySetAtProc, &ArraySetAt),
-    MOX_SERVER_ROW("Append", POSArrayAppendProc, &ArrayAppend),
-    MOX_SERVER_ROW("Remove", POSArrayRemoveProc, &ArrayRemove),
-    MOX_SERVER_END_ROW,
-};
-const MOXServerRow kDictRows[] = {
-    MOX_SERVER_ROW("NewPOSDict", POSDictNewPOSDictProc, &NewPOSDict),
-    MOX_SERVER_ROW("IsPOSDict", POSDictIsPOSDictProc, &IsPOSDict),
-    MOX_SERVER_ROW("Get", POSDictGetProc, &DictGet),
-    MOX_SERVER_ROW("DeepGet", POSDictDeepGetProc, &DictDeepGet),
-    MOX_SERVER_ROW("Put", POSDictPutProc, &DictPut),
-    MOX_SERVER_ROW("Remove", POSDictRemoveProc, &DictRemove),
-    MOX_SERVER_END_ROW,
-};
-const MOXServerRow kDictIteratorRows[] = {
-    MOX_SERVER_ROW("NewPOSDictIterator", POSDictIteratorNewPOSDictIteratorProc,
-                   &NewPOSDictIterator),
-    MOX_SERVER_ROW("Begin", POSDictIteratorBeginProc, &IteratorBegin),
-    MOX_SERVER_ROW("Next", POSDictIteratorNextProc, &IteratorNext),
-    MOX_SERVER_ROW("IsDone", POSDictIteratorIsDoneProc, &IteratorIsDone),
-    MOX_SERVER_ROW("CurKey", POSDictIteratorCurKeyProc, &IteratorCurKey),
-    MOX_SERVER_END_ROW,
+}  // namespace NPOSObjectImpl
+
+// ---- Tables ------------------------------------------------------------------------------
+
+namespace {
+
+using namespace NPOSObjectImpl;  // NOLINT: the entries' namespaces
+
+MOX_DEFINE_SERVER_INTERFACE(gPOSObjectServerInterface, POS_OBJECT_INTERFACE_NAME, POSObjectEntries,
+                            POS_OBJECT_INTERFACE_METHODS);
+MOX_DEFINE_SERVER_INTERFACE(gPOSObjectStaticsServerInterface, POS_OBJECT_STATICS_NAME,
+                            POSObjectStaticsEntries, POS_OBJECT_STATICS_METHODS);
+MOX_DEFINE_SERVER_INTERFACE(gPOSNumberServerInterface, POS_NUMBER_INTERFACE_NAME, POSNumberEntries,
+                            POS_NUMBER_INTERFACE_METHODS);
+MOX_DEFINE_SERVER_INTERFACE(gPOSStringServerInterface, POS_STRING_INTERFACE_NAME, POSStringEntries,
+                            POS_STRING_INTERFACE_METHODS);
+MOX_DEFINE_SERVER_INTERFACE(gPOSUnicodeStringServerInterface, POS_UNICODE_STRING_INTERFACE_NAME,
+                            POSUnicodeStringEntries, POS_UNICODE_STRING_INTERFACE_METHODS);
+MOX_DEFINE_SERVER_INTERFACE(gPOSBinDataServerInterface, POS_BIN_DATA_INTERFACE_NAME,
+                            POSBinDataEntries, POS_BIN_DATA_INTERFACE_METHODS);
+MOX_DEFINE_SERVER_INTERFACE(gPOSRawPointerServerInterface, POS_RAW_POINTER_INTERFACE_NAME,
+                            POSRawPointerEntries, POS_RAW_POINTER_INTERFACE_METHODS);
+MOX_DEFINE_SERVER_INTERFACE(gPOSArrayServerInterface, POS_ARRAY_INTERFACE_NAME, POSArrayEntries,
+                            POS_ARRAY_INTERFACE_METHODS);
+MOX_DEFINE_SERVER_INTERFACE(gPOSDictServerInterface, POS_DICT_INTERFACE_NAME, POSDictEntries,
+                            POS_DICT_INTERFACE_METHODS);
+MOX_DEFINE_SERVER_INTERFACE(gPOSDictIteratorServerInterface, POS_DICT_ITERATOR_INTERFACE_NAME,
+                            POSDictIteratorEntries, POS_DICT_ITERATOR_INTERFACE_METHODS);
+
+// Registered at start in this order, "POSObjectInterface" first, and
+// unregistered at stop in the same order.
+const MOXServerInterface* const kPOSInterfaces[] = {
+    &gPOSObjectServerInterface,        &gPOSObjectStaticsServerInterface,
+    &gPOSNumberServerInterface,        &gPOSStringServerInterface,
+    &gPOSUnicodeStringServerInterface, &gPOSBinDataServerInterface,
+    &gPOSRawPointerServerInterface,    &gPOSArrayServerInterface,
+    &gPOSDictServerInterface,          &gPOSDictIteratorServerInterface,
 };
 
 }  // namespace
-}  // namespace NPOSObjectImpl
 
-using namespace NPOSObjectImpl;  // NOLINT: the tables below name the rows above
-
-const MOXServerInterface gPOSObjectServerInterface = {"POSObjectInterface", kObjectRows,
-                                                      MOXRowCount(kObjectRows)};
-const MOXServerInterface gPOSObjectStaticsServerInterface = {"POSObjectStatics", kStaticsRows,
-                                                             MOXRowCount(kStaticsRows)};
-const MOXServerInterface gPOSNumberServerInterface = {"POSNumberInterface", kNumberRows,
-                                                      MOXRowCount(kNumberRows)};
-const MOXServerInterface gPOSStringServerInterface = {"POSStringInterface", kStringRows,
-                                                      MOXRowCount(kStringRows)};
-const MOXServerInterface gPOSUnicodeStringServerInterface = {
-    "POSUnicodeStringInterface", kUnicodeStringRows, MOXRowCount(kUnicodeStringRows)};
-const MOXServerInterface gPOSBinDataServerInterface = {"POSBinDataInterface", kBinDataRows,
-                                                       MOXRowCount(kBinDataRows)};
-const MOXServerInterface gPOSRawPointerServerInterface = {"POSRawPointerInterface", kRawPointerRows,
-                                                          MOXRowCount(kRawPointerRows)};
-const MOXServerInterface gPOSArrayServerInterface = {"POSArrayInterface", kArrayRows,
-                                                     MOXRowCount(kArrayRows)};
-const MOXServerInterface gPOSDictServerInterface = {"POSDictInterface", kDictRows,
-                                                    MOXRowCount(kDictRows)};
-const MOXServerInterface gPOSDictIteratorServerInterface = {
-    "POSDictIteratorInterface", kDictIteratorRows, MOXRowCount(kDictIteratorRows)};
+const MOXLayerInterfaces gPOSLayerInterfaces =
+    MOXMakeLayerInterfaces(kPOSInterfaces, kPOSInterfaces);

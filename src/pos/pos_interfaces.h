@@ -13,15 +13,9 @@
 
 #include "binding/server_tables.h"
 
-extern const MOXServerInterface gPOSObjectServerInterface;
-extern const MOXServerInterface gPOSObjectStaticsServerInterface;
-extern const MOXServerInterface gPOSNumberServerInterface;
-extern const MOXServerInterface gPOSStringServerInterface;
-extern const MOXServerInterface gPOSUnicodeStringServerInterface;
-extern const MOXServerInterface gPOSBinDataServerInterface;
-extern const MOXServerInterface gPOSRawPointerServerInterface;
-extern const MOXServerInterface gPOSArrayServerInterface;
-extern const MOXServerInterface gPOSDictServerInterface;
-extern const MOXServerInterface gPOSDictIteratorServerInterface;
+// The ten, registered at start in the order above and unregistered at stop in
+// the same order. Their tables are generated from the method lists of
+// POSProcs.h; the entries stand in NPOSObjectImpl::POS...Entries.
+extern const MOXLayerInterfaces gPOSLayerInterfaces;
 
 #endif  // MOXUTILS_POS_POS_INTERFACES_H_

@@ -6,17 +6,9 @@ namespace MOX_T_MT {
 
 namespace {
 
-constexpr MOXMethodRow kPOSObjectRows[] = {
-    {"Clone", "POSObjectCloneProc"},
-    {"IsEqual", "POSObjectIsEqualProc"},
-    {"", ""},
-};
-static_assert(sizeof(kPOSObjectRows) / sizeof(kPOSObjectRows[0]) == kPOSObjectMethodCount + 1,
-              "one row for each slot, and the closing row");
-
 // Constant-initialised, so that its owner can link itself whatever the order
 // of static construction.
-MOXVTabListGeneric gPOSObjectList = {{nullptr, 0}, 0, kPOSObjectMethodCount};
+MOXVTabListGeneric gPOSObjectList = {{nullptr, 0}, 0, POSObjectSlots::kMethodCount};
 
 // Owns the list in the termination family. The stop deletes the entries; at
 // process exit the entries stay where they are (the default Abandon).
@@ -33,19 +25,15 @@ MOXVTabListGeneric* POSObjectVTabList() {
   return &gPOSObjectList;
 }
 
-bool POSObjectFetchMethods(MOXContainer container, bool quiet, void** procs) {
-  return MOXFetchMethods(kPOSObjectRows, kPOSObjectMethodCount, container, quiet, procs);
-}
-
 CPOSObject::CPOSObject(MOXContainer container) : CMOXContainerRef(container), fProcs(nullptr) {
   // A throw here releases the reference through the base's destructor.
-  fProcs = MOXLookupProcTable(&gPOSObjectList, &POSObjectFetchMethods, container);
+  fProcs = MOXLookupProcTable(&gPOSObjectList, &MOXFetchSlots<POSObjectSlots::Slot>, container);
 }
 
-CPOSBorrowedObject::CPOSBorrowedObject(MOXContainer container) {
+CPOSObject::CPOSObject(MOXContainer container, BorrowTag) : fProcs(nullptr) {
   if (container == nullptr) MOXThrowInvalidContainer();
-  fProcs = MOXLookupProcTable(&gPOSObjectList, &POSObjectFetchMethods, container);
-  fContainer = container;
+  fProcs = MOXLookupProcTable(&gPOSObjectList, &MOXFetchSlots<POSObjectSlots::Slot>, container);
+  Attach(container);
 }
 
 CPOSObject& CPOSObject::operator=(const CPOSObject& other) {
@@ -56,10 +44,9 @@ CPOSObject& CPOSObject::operator=(const CPOSObject& other) {
 
 CPOSObject& CPOSObject::operator=(CPOSObject&& other) noexcept {
   if (this != &other) {
-    MOXContainer old = fContainer;
-    fContainer = other.fContainer;
+    MOXContainer old = Detach();
+    Attach(other.Detach());
     fProcs = other.fProcs;
-    other.fContainer = nullptr;
     other.fProcs = nullptr;
     MOXContainerProcs::Release(old);
   }
@@ -67,30 +54,26 @@ CPOSObject& CPOSObject::operator=(CPOSObject&& other) noexcept {
 }
 
 void CPOSObject::Reset() noexcept {
-  MOXContainer old = fContainer;
-  fContainer = nullptr;
+  MOXContainer old = Detach();
   fProcs = nullptr;
   MOXContainerProcs::Release(old);
 }
 
 CPOSObject CPOSObject::Clone() const {
-  MOXContainer copy = fProcs == nullptr
-                          ? nullptr
-                          : MOXProcAt<POSObjectCloneProc>(fProcs, kPOSObjectCloneSlot)(fContainer);
+  MOXContainer copy =
+      fProcs == nullptr ? nullptr : MOXProcAt<POSObjectSlots::Clone>(fProcs)(Container());
   if (copy == nullptr) throw POSException("CPOSObject::Clone failed");
   return CPOSObject(copy);
 }
 
 bool CPOSObject::IsEqual(const CPOSObject& other) const {
   // An empty object has no table to ask; it equals only another empty one.
-  if (fProcs == nullptr) return other.fContainer == nullptr;
-  return MOXProcAt<POSObjectIsEqualProc>(fProcs, kPOSObjectIsEqualSlot)(fContainer,
-                                                                        other.fContainer);
+  if (fProcs == nullptr) return other.IsEmpty();
+  return MOXProcAt<POSObjectSlots::IsEqual>(fProcs)(Container(), other.Container());
 }
 
 MOXContainer CPOSObject::GiveAway() noexcept {
-  MOXContainer container = fContainer;
-  fContainer = nullptr;
+  MOXContainer container = Detach();
   fProcs = nullptr;
   if (container != nullptr) MOXContainerProcs::DecrementWithoutDelete(container);
   return container;

@@ -24,20 +24,14 @@
 
 namespace MOX_T_MT {
 
-// Slots of the per-signature table of POSObjectInterface.
-enum : size_t {
-  kPOSObjectCloneSlot = 0,
-  kPOSObjectIsEqualSlot = 1,
-  kPOSObjectMethodCount = 2,
-};
+// The methods of POSObjectInterface, the per-signature table of every POS
+// object.
+MOX_DEFINE_SLOTS(POSObjectSlots, POS_OBJECT_INTERFACE_METHODS)
 
 // The per-signature list of POS object method tables, owned by the
 // termination-list member CPOSObjectTerminate: the stop deletes its entries,
 // the process exit leaves them where they are.
 MOXVTabListGeneric* POSObjectVTabList();
-
-// Fetches Clone and IsEqual of `container` into `procs`.
-bool POSObjectFetchMethods(MOXContainer container, bool quiet, void** procs);
 
 class CPOSObject : public CMOXContainerRef {
  public:
@@ -74,6 +68,21 @@ class CPOSObject : public CMOXContainerRef {
   MOXContainer GiveAway() noexcept;
 
   // The method table of the object's signature; null when empty.
+  void** Procs() const { return fProcs; }
+
+ protected:
+  // Borrows `container`: holds it and its method table without a reference
+  // of its own. A null container raises "invalid container".
+  struct BorrowTag {};
+  CPOSObject(MOXContainer container, BorrowTag);
+  // The end of a borrow: lets go of the container and the table with no call
+  // to the runtime.
+  void Forget() noexcept {
+    Detach();
+    fProcs = nullptr;
+  }
+
+ private:
   void** fProcs;
 };
 
@@ -83,11 +92,8 @@ class CPOSObject : public CMOXContainerRef {
 // looked up as for a CPOSObject.
 class CPOSBorrowedObject : public CPOSObject {
  public:
-  explicit CPOSBorrowedObject(MOXContainer container);
-  ~CPOSBorrowedObject() {
-    fContainer = nullptr;
-    fProcs = nullptr;
-  }
+  explicit CPOSBorrowedObject(MOXContainer container) : CPOSObject(container, BorrowTag()) {}
+  ~CPOSBorrowedObject() { Forget(); }
   CPOSBorrowedObject(const CPOSBorrowedObject&) = delete;
   CPOSBorrowedObject& operator=(const CPOSBorrowedObject&) = delete;
 };

@@ -180,8 +180,8 @@ MOXContainer CreateFromTextWithMessage(const char* text, const char** position,
       [&] { return ParseDocument(text, position, message).GiveAway(); });
 }
 
-}  // namespace NPOSObjectImpl
-
-MOXContainer POSObjectCreateFromText(const char* text, const char** position) {
-  return NPOSObjectImpl::CreateFromTextWithMessage(text, position, nullptr);
+MOXContainer POSObjectStaticsEntries::CreateFromText(const char* text, const char** position) {
+  return CreateFromTextWithMessage(text, position, nullptr);
 }
+
+}  // namespace NPOSObjectImpl

@@ -20,15 +20,17 @@
 #include "MOXTypes.h"
 #include "POSProcs.h"
 
+namespace NPOSObjectImpl {
+
+namespace POSObjectStaticsEntries {
 // The entry of CreateFromText (POSObjectCreateFromTextProc). Returns the
 // object, unowned, or null when the text is not well formed. When `position`
 // is not null it is cleared first; on a syntax error it receives the place in
 // `text` where parsing stopped, and stays null otherwise. Syntax errors are
 // not reported; any other failure (out of memory, a missing interface) is
 // reported through MOXReportError and gives null.
-MOXContainer POSObjectCreateFromText(const char* text, const char** position);
-
-namespace NPOSObjectImpl {
+MOXContainer CreateFromText(const char* text, const char** position);
+}  // namespace POSObjectStaticsEntries
 
 // The same parse, also telling which syntax error stopped it: `message`
 // receives the error's text, or null when there was none. The entry drops the

@@ -52,7 +52,7 @@ class BinData final : public BaseObject {
   // Same type name, same size, same bytes.
   bool IsEqual(const CPOSObject& other) override;
 
-  const char* TypeName() const { return fTypeName.fCString; }
+  const char* TypeName() const { return fTypeName.CString(); }
   const void* Data() const { return fData; }
   uint64_t Size() const { return fSize; }
 

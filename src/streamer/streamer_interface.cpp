@@ -24,19 +24,19 @@ MOXImpl* FindStreamer(MOXContainer handle) {
   return static_cast<MOXImpl*>(instance);
 }
 
-const MOXServerRow kRows[] = {
-    MOX_SERVER_ROW("NewPOSStreamer", POSStreamerNewPOSStreamerProc, &NewPOSStreamerEntry),
-    MOX_SERVER_ROW("Serialize", POSStreamerSerializeProc, &SerializeEntry),
-    MOX_SERVER_ROW("Deserialize", POSStreamerDeserializeProc, &DeserializeEntry),
-    MOX_SERVER_END_ROW,
-};
+MOX_DEFINE_SERVER_INTERFACE(kPOSStreamerServerInterface, POS_STREAMER_INTERFACE_NAME,
+                            POSStreamerEntries, POS_STREAMER_INTERFACE_METHODS);
+
+const MOXServerInterface* const kStreamerInterfaces[] = {&kPOSStreamerServerInterface};
 
 }  // namespace
 
-const MOXServerInterface kPOSStreamerServerInterface = {"POSStreamerInterface", kRows,
-                                                        sizeof(kRows) / sizeof(kRows[0]) - 1};
+const MOXLayerInterfaces kPOSStreamerLayerInterfaces =
+    MOXMakeLayerInterfaces(kStreamerInterfaces, kStreamerInterfaces);
 
-MOXContainer NewPOSStreamerEntry() {
+namespace POSStreamerEntries {
+
+MOXContainer NewPOSStreamer() {
   return EntryGuard<MOXContainer>([] {
     // On failure the runtime destroys the instance through DeleteMOXImpl.
     return MOXNewFullContainer(new MOXImpl, gMOXUtilsNames->fStreamerImpl, &DeleteMOXImpl,
@@ -44,8 +44,8 @@ MOXContainer NewPOSStreamerEntry() {
   });
 }
 
-bool SerializeEntry(MOXContainer streamer, MOXContainer stream, MOXContainer object,
-                    const char* version) {
+bool Serialize(MOXContainer streamer, MOXContainer stream, MOXContainer object,
+               const char* version) {
   return EntryGuard<bool>([&] {
     CPOSObject objectRef(object);
     CMOXPositionableStreamRef streamRef(stream);
@@ -54,7 +54,7 @@ bool SerializeEntry(MOXContainer streamer, MOXContainer stream, MOXContainer obj
   });
 }
 
-MOXContainer DeserializeEntry(MOXContainer streamer, MOXContainer stream) {
+MOXContainer Deserialize(MOXContainer streamer, MOXContainer stream) {
   return EntryGuard<MOXContainer>([&] {
     CMOXPositionableStreamRef streamRef(stream);
     CPOSObject object = FindStreamer(streamer)->Deserialize(streamRef);
@@ -62,5 +62,7 @@ MOXContainer DeserializeEntry(MOXContainer streamer, MOXContainer stream) {
     return object.GiveAway();
   });
 }
+
+}  // namespace POSStreamerEntries
 
 }  // namespace NPOSStreamerImpl

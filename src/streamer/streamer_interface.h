@@ -9,14 +9,17 @@
 
 namespace NPOSStreamerImpl {
 
-// NewPOSStreamer, Serialize and Deserialize, in slot order.
-extern const MOXServerInterface kPOSStreamerServerInterface;
+// The streamer's one interface, as the library registers and unregisters it;
+// its table is generated from POS_STREAMER_INTERFACE_METHODS.
+extern const MOXLayerInterfaces kPOSStreamerLayerInterfaces;
 
-// The methods themselves.
-MOXContainer NewPOSStreamerEntry();
-bool SerializeEntry(MOXContainer streamer, MOXContainer stream, MOXContainer object,
-                    const char* version);
-MOXContainer DeserializeEntry(MOXContainer streamer, MOXContainer stream);
+// The methods themselves, named after them.
+namespace POSStreamerEntries {
+MOXContainer NewPOSStreamer();
+bool Serialize(MOXContainer streamer, MOXContainer stream, MOXContainer object,
+               const char* version);
+MOXContainer Deserialize(MOXContainer streamer, MOXContainer stream);
+}  // namespace POSStreamerEntries
 
 }  // namespace NPOSStreamerImpl
 

@@ -1,11 +1,12 @@
 #include "streamer/typea_streamer.h"
 
 #include "binding/errors.h"
-#include "streamer/stack_guard.h"
+#include "binding/stack_guard.h"
 
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
 
+using MOX_T_MT::CheckStackReserve;
 using MOX_T_MT::CPOSObject;
 using MOX_T_MT::POSException;
 

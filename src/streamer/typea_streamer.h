@@ -7,7 +7,8 @@
 // WriteObject and ReadObject are the recursive drivers: each installs the
 // form of the object in the character stream for the time of its routine and
 // puts the enclosing form back afterwards, also when the routine raises. Both
-// refuse to go deeper when the thread's stack runs short (stack_guard.h).
+// refuse to go deeper when the thread's stack runs short
+// (binding/stack_guard.h).
 #ifndef MOXUTILS_STREAMER_TYPEA_STREAMER_H_
 #define MOXUTILS_STREAMER_TYPEA_STREAMER_H_
 

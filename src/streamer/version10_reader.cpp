@@ -176,7 +176,7 @@ void ReadDict(CPOSObject* result, TypeAStreamer& streamer, ICharStream& in) {
     dict.Put(keyAtom, value);
     // As for arrays: Put reports a failure and returns, and then the key does
     // not hold the value just read.
-    if (dict.Get(keyAtom, true).fContainer != value.fContainer) throw std::bad_alloc();
+    if (dict.Get(keyAtom, true).Container() != value.Container()) throw std::bad_alloc();
   }
   *result = dict;
 }

@@ -13,8 +13,8 @@
 #include "binding/errors.h"
 #include "binding/host_wrappers.h"
 #include "binding/string_holder.h"
-#include "moxhost/Runtime.h"
-#include "support/ChildProcess.h"
+#include "moxhost/runtime.h"
+#include "support/child_process.h"
 
 namespace {
 

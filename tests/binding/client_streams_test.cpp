@@ -12,7 +12,7 @@
 #include "binding/errors.h"
 #include "binding/host_tables.h"
 #include "library_fixture.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace {
 
@@ -167,8 +167,8 @@ TEST_F(ClientStreams, RuntimeStreamsThroughTheHandle) {
 TEST_F(ClientStreams, HandlesOfOneSignatureShareTablesAndSurviveACounterChange) {
   CMOXPositionableStreamRef a(MOXNewPositionableMemoryStream());
   CMOXPositionableStreamRef b(MOXNewPositionableMemoryStream());
-  EXPECT_EQ(a.fPositionableProcs, b.fPositionableProcs);
-  EXPECT_NE(a.fSimpleProcs, a.fPositionableProcs) << "one table per level";
+  EXPECT_EQ(a.PositionableProcs(), b.PositionableProcs());
+  EXPECT_NE(a.SimpleProcs(), a.PositionableProcs()) << "one table per level";
   const int64_t containers = RT().Counts().containers;
   {
     CMOXPositionableStreamRef copy(a);
@@ -179,7 +179,7 @@ TEST_F(ClientStreams, HandlesOfOneSignatureShareTablesAndSurviveACounterChange) 
   // After an unregistration the tables are fetched again in place.
   RT().RaiseUnregisterCounter();
   CMOXPositionableStreamRef c(MOXNewPositionableMemoryStream());
-  EXPECT_EQ(c.fSimpleProcs, a.fSimpleProcs);
+  EXPECT_EQ(c.SimpleProcs(), a.SimpleProcs());
   a.Write("z", 1);
   EXPECT_EQ(a.Mark(), 3);
 }
@@ -233,14 +233,12 @@ TEST_F(ClientStreams, RuntimeDrivesAClientPositionableStream) {
 TEST_F(ClientStreams, RuntimeDrivesARewindableClientStream) {
   StreamProbe probe;
   {
-    CMOXContainerRef rewindable(MOXNewClientRewindableStream(new CountingRewindableStream(&probe)),
-                                false);
-    void** procs = MOX_T_MT::MOXLookupRewindableStreamProcs(rewindable.fContainer);
-    EXPECT_EQ(reinterpret_cast<MOXRewindableStreamRewindProc>(procs[MOX_T_MT::kMOXStreamRewind])(
-                  rewindable.fContainer),
-              nullptr);
+    CMOXContainerRef rewindable = CMOXContainerRef::Retain(
+        MOXNewClientRewindableStream(new CountingRewindableStream(&probe)));
+    void** procs = MOX_T_MT::MOXLookupRewindableStreamProcs(rewindable.Container());
+    EXPECT_EQ(MOXProcAt<MOXRewindableStreamSlots::Rewind>(procs)(rewindable.Container()), nullptr);
     EXPECT_EQ(probe.rewinds, 1);
-    EXPECT_THROW(MOX_T_MT::MOXLookupPositionableStreamProcs(rewindable.fContainer), CMOXError);
+    EXPECT_THROW(MOX_T_MT::MOXLookupPositionableStreamProcs(rewindable.Container()), CMOXError);
   }
   EXPECT_EQ(probe.destroyed, 1);
   // A fresh client stream is unowned: nobody's release is needed to end it.
@@ -253,7 +251,7 @@ TEST_F(ClientStreams, FailuresOfAClientStreamReachTheCallerAsErrors) {
   StreamProbe probe;
   CMOXPositionableStreamRef stream(MOXNewClientPositionableStream(new ByteStream(&probe)));
   stream.Write("data", 4);
-  const std::string unknown = Describe(gUnknownError.fError);
+  const std::string unknown = Describe(gUnknownError.Error());
   // A foreign exception becomes an error of component "TOV", id 0, with its
   // text; an unknown one is the process-wide error.
   for (auto [failure, expected] :
@@ -265,8 +263,8 @@ TEST_F(ClientStreams, FailuresOfAClientStreamReachTheCallerAsErrors) {
       stream.Mark();
       ADD_FAILURE() << "Mark did not fail: " << expected;
     } catch (const CMOXError& e) {
-      EXPECT_EQ(Describe(e.fError), expected);
-      EXPECT_TRUE(failure != Failure::kUnknown || e.fError == gUnknownError.fError);
+      EXPECT_EQ(Describe(e.Error()), expected);
+      EXPECT_TRUE(failure != Failure::kUnknown || e.Error() == gUnknownError.Error());
     }
   }
   probe.failNext = Failure::kBadAlloc;
@@ -279,7 +277,7 @@ TEST_F(ClientStreams, FailuresOfAClientStreamReachTheCallerAsErrors) {
                                      : stream.CreateIndependentlyPositionableStream();
       ADD_FAILURE() << "made a copy: " << copy;
     } catch (const CMOXError& e) {
-      EXPECT_EQ(Describe(e.fError), unknown);
+      EXPECT_EQ(Describe(e.Error()), unknown);
     }
   }
   stream.Rewind();
@@ -364,15 +362,15 @@ MOXErrorRef RefusingFactory(MOXContainer* out, void* client, MOXClientStreamRead
 
 TEST_F(ClientStreams, FactoryErrorLeavesTheClientObjectToTheRuntime) {
   ASSERT_NE(gMOXStreamFactoryTable.Get(), nullptr);
-  gMOXStreamFactoryTable.SetSlot(kMOXNewClientPositionableStream,
-                                 reinterpret_cast<void*>(&RefusingFactory));
+  gMOXStreamFactoryTable.SetProc<MOXStreamFactorySlots::NewClientPositionableStream>(
+      &RefusingFactory);
   StreamProbe probe;
   ByteStream* object = new ByteStream(&probe);
   try {
     MOXNewClientPositionableStream(object);
     ADD_FAILURE() << "the factory's error was lost";
   } catch (const CMOXError& e) {
-    EXPECT_EQ(Describe(e.fError), "test 7: factory refused");
+    EXPECT_EQ(Describe(e.Error()), "test 7: factory refused");
   }
   gMOXStreamFactoryTable.Clear();
   EXPECT_EQ(probe.destroyed, 0) << "the wrapper must not delete what the runtime owns";

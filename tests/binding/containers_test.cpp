@@ -38,7 +38,7 @@ TEST_F(Containers, CountedHandleOfNullIsAnInvalidContainer) {
   } catch (const CMOXError& e) {
     EXPECT_EQ(ErrorText(e), "invalid container");
   }
-  CMOXContainerRef uncounted(nullptr, false);
+  CMOXContainerRef uncounted = CMOXContainerRef::Retain(nullptr);
   EXPECT_TRUE(uncounted.IsEmpty());
 }
 
@@ -84,7 +84,7 @@ TEST_F(Containers, GivingAwayLeavesTheContainerAliveAtZero) {
 
 TEST_F(Containers, UnownedDeleteDestroysAContainerAtZero) {
   int instance = 0;
-  CMOXContainerRef handle(Make(&instance, "TestImpl", "TestInterface"), true);
+  CMOXContainerRef handle = CMOXContainerRef::Adopt(Make(&instance, "TestImpl", "TestInterface"));
   handle.UnownedDelete();
   EXPECT_EQ(gDestroyed, 1);
   EXPECT_TRUE(handle.IsEmpty());
@@ -95,11 +95,11 @@ TEST_F(Containers, PrimaryRecordHoldsNamesAndInstance) {
   CMOXStringHolder name("TestImpl");
   CMOXStringHolder signature("TestInterface");
   CMOXContainerRef handle(Make(&instance, "TestImpl", "TestInterface"));
-  const MOXPrimaryInstanceRecord* record = MOXPrimaryRecord(handle.Get());
-  EXPECT_EQ(record->instanceName, name.fCString);
-  EXPECT_EQ(record->signature, signature.fCString);
+  const MOXPrimaryInstanceRecord* record = MOXPrimaryRecord(handle.Container());
+  EXPECT_EQ(record->instanceName, name.CString());
+  EXPECT_EQ(record->signature, signature.CString());
   EXPECT_EQ(record->instance, &instance);
-  EXPECT_EQ(MOXFindInstance(handle.Get(), name), &instance);
+  EXPECT_EQ(MOXFindInstance(handle.Container(), name), &instance);
 }
 
 TEST_F(Containers, OtherNamesGoThroughTheRuntime) {
@@ -107,10 +107,10 @@ TEST_F(Containers, OtherNamesGoThroughTheRuntime) {
   int secondary = 0;
   CMOXContainerRef handle(Make(&primary, "TestImpl", "TestInterface"));
   CMOXStringHolder otherName("TestSecondaryImpl");
-  EXPECT_EQ(MOXFindInstance(handle.Get(), otherName), nullptr);
-  MOXCheck(gMOXContainerTable.Slot<MOXRegisterInstanceV2Proc>(8)(handle.Get(), &secondary,
-                                                                 otherName.fAtom, nullptr));
-  EXPECT_EQ(MOXFindInstance(handle.Get(), otherName), &secondary);
+  EXPECT_EQ(MOXFindInstance(handle.Container(), otherName), nullptr);
+  MOXCheck(gMOXContainerTable.Proc<MOXContainerSlots::RegisterInstance>()(
+      handle.Container(), &secondary, otherName.Atom(), nullptr));
+  EXPECT_EQ(MOXFindInstance(handle.Container(), otherName), &secondary);
 }
 
 TEST_F(Containers, NullContainerTakesTheRuntimePath) {

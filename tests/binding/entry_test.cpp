@@ -2,13 +2,13 @@
 #include <cstring>
 
 #include "MOXUtils.h"
-#include "binding/entry.h"
 #include "binding/errors.h"
 #include "binding/host_tables.h"
 #include "binding/server_tables.h"
 #include "binding/string_holder.h"
+#include "library/entry.h"
 #include "library_fixture.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace {
 
@@ -49,9 +49,9 @@ TEST(Entry, StartAndStopLeaveNothingBehindAndCanRepeat) {
   moxhost::LiveCounts before = RT().Counts();
   for (int round = 0; round < 3; ++round) {
     ASSERT_EQ(MOXUtilsInitialize(moxhost::Runtime::LookupProc()), 1u) << "round " << round;
-    EXPECT_NE(gUnknownError.fError, nullptr);
+    EXPECT_NE(gUnknownError.Error(), nullptr);
     MOXUtilsTerminate();
-    EXPECT_EQ(gUnknownError.fError, nullptr);
+    EXPECT_EQ(gUnknownError.Error(), nullptr);
     EXPECT_EQ(RT().Counts().ToString(), before.ToString()) << "round " << round;
   }
 }
@@ -148,8 +148,8 @@ TEST_F(StartedLibrary, LookupAfterBindingThrowsAnErrorOfComponentMOX) {
     MOXLookupMethod("NoSuchInterface", "Nothing", "NothingProc");
     FAIL() << "a missing method must throw once the binding is complete";
   } catch (const CMOXError& e) {
-    ASSERT_NE(e.fError, nullptr);
-    EXPECT_STREQ(MOXString::GetCString(MOXErrorProcs::GetComponent(e.fError)), "MOX");
+    ASSERT_NE(e.Error(), nullptr);
+    EXPECT_STREQ(MOXString::GetCString(MOXErrorProcs::GetComponent(e.Error())), "MOX");
     EXPECT_STREQ(e.what(), "");
   }
   gBindingComplete = false;

@@ -61,7 +61,7 @@ TEST_F(Errors, HostErrorCrossesFormBAsTheSameObjectWithOneNetReference) {
 
 TEST_F(Errors, UnknownExceptionAtFormBReturnsTheGeneralCoreError) {
   MOXErrorRef error = MOXErrorEntry([] { throw 7; });
-  EXPECT_EQ(error, gUnknownError.fError);
+  EXPECT_EQ(error, gUnknownError.Error());
   MOXErrorProcs::Release(error);
 }
 
@@ -106,8 +106,8 @@ TEST_F(Errors, ThrowingFunctionsCarryTheirTextsAndComponents) {
       ADD_FAILURE() << c.message << " was not thrown";
     } catch (const CMOXError& e) {
       EXPECT_STREQ(e.what(), c.message);
-      EXPECT_EQ(Component(e.fError), c.component);
-      EXPECT_EQ(MOXErrorProcs::GetID(e.fError), 0);
+      EXPECT_EQ(Component(e.Error()), c.component);
+      EXPECT_EQ(MOXErrorProcs::GetID(e.Error()), 0);
     }
   }
   EXPECT_THROW(MOXThrowCoreError(0), CMOXError);
@@ -120,14 +120,14 @@ TEST_F(Errors, CopiesAndAssignmentsBalanceTheirReferences) {
     CMOXError first("first", "", 0, 0, 0);
     CMOXError second("second", "", 0, 0, 0);
     CMOXError copy(first);
-    EXPECT_EQ(copy.fError, first.fError);
+    EXPECT_EQ(copy.Error(), first.Error());
     copy = second;
-    EXPECT_EQ(copy.fError, second.fError);
+    EXPECT_EQ(copy.Error(), second.Error());
     CMOXError& alias = copy;
     copy = alias;
     CMOXError empty;
     copy = empty;
-    EXPECT_EQ(copy.fError, nullptr);
+    EXPECT_EQ(copy.Error(), nullptr);
     EXPECT_STREQ(first.what(), "first");
   }
   EXPECT_EQ(moxhost::Runtime::Get().Counts().errors, liveBefore);

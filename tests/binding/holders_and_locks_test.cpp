@@ -15,11 +15,11 @@ namespace {
 
 TEST(StringHolderUnbound, EmptyHolderMakesNoCall) {
   // The library is not bound: a call through the string table would crash.
-  CMOXStringHolder fromNull(nullptr, false);
+  CMOXStringHolder fromNull = CMOXStringHolder::Retain(nullptr);
   EXPECT_TRUE(fromNull.IsEmpty());
   CMOXStringHolder copy(fromNull);
-  EXPECT_EQ(copy.fAtom, nullptr);
-  EXPECT_EQ(copy.fCString, nullptr);
+  EXPECT_EQ(copy.Atom(), nullptr);
+  EXPECT_EQ(copy.CString(), nullptr);
 }
 
 using StringHolder = StartedLibrary;
@@ -27,22 +27,22 @@ using StringHolder = StartedLibrary;
 TEST_F(StringHolder, EqualTextsShareOneCString) {
   CMOXStringHolder a("settings");
   CMOXStringHolder b(std::string("sett").append("ings").c_str());
-  EXPECT_EQ(a.fCString, b.fCString);
-  EXPECT_EQ(a.fAtom, b.fAtom);
+  EXPECT_EQ(a.CString(), b.CString());
+  EXPECT_EQ(a.Atom(), b.Atom());
   CMOXStringHolder other("other");
-  EXPECT_NE(a.fCString, other.fCString);
+  EXPECT_NE(a.CString(), other.CString());
 }
 
 TEST_F(StringHolder, AdoptingAndCopyingBalanceReferences) {
   int64_t atomsBefore = moxhost::Runtime::Get().Counts().atoms;
   {
     CMOXStringHolder made("only-here");
-    CMOXStringHolder shared(made.fAtom, false);
-    CMOXStringHolder adopted(MOXString::AddRef(made.fAtom), true);
+    CMOXStringHolder shared = CMOXStringHolder::Retain(made.Atom());
+    CMOXStringHolder adopted = CMOXStringHolder::Adopt(MOXString::AddRef(made.Atom()));
     CMOXStringHolder copied(adopted);
     made.Reset();
     shared = copied;
-    EXPECT_STREQ(shared.fCString, "only-here");
+    EXPECT_STREQ(shared.CString(), "only-here");
   }
   EXPECT_EQ(moxhost::Runtime::Get().Counts().atoms, atomsBefore);
 }
@@ -51,16 +51,16 @@ TEST_F(StringHolder, ConcatenationTreatsEmptyAsEmptyText) {
   CMOXStringHolder none;
   CMOXStringHolder both = CMOXStringHolder::Concat(none, none);
   ASSERT_FALSE(both.IsEmpty());
-  EXPECT_STREQ(both.fCString, "");
+  EXPECT_STREQ(both.CString(), "");
   CMOXStringHolder joined =
       CMOXStringHolder::Concat(CMOXStringHolder("Number below "), CMOXStringHolder("mininum"));
-  EXPECT_EQ(joined.fCString, CMOXStringHolder("Number below mininum").fCString);
-  EXPECT_STREQ(CMOXStringHolder::Concat(none, CMOXStringHolder("x")).fCString, "x");
+  EXPECT_EQ(joined.CString(), CMOXStringHolder("Number below mininum").CString());
+  EXPECT_STREQ(CMOXStringHolder::Concat(none, CMOXStringHolder("x")).CString(), "x");
 }
 
 TEST_F(StringHolder, HexadecimalHolder) {
-  EXPECT_STREQ(CMOXStringHolder(uint64_t{0xDEADBEEF}).fCString, "0x00000000deadbeef");
-  EXPECT_STREQ(CMOXStringHolder(~uint64_t{0}).fCString, "0xffffffffffffffff");
+  EXPECT_STREQ(CMOXStringHolder(uint64_t{0xDEADBEEF}).CString(), "0x00000000deadbeef");
+  EXPECT_STREQ(CMOXStringHolder(~uint64_t{0}).CString(), "0xffffffffffffffff");
 }
 
 TEST_F(StringHolder, RefusedAtomIsBadAlloc) {

@@ -14,7 +14,7 @@
 #include "binding/host_tables.h"
 #include "binding/host_wrappers.h"
 #include "library_fixture.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 namespace {
 
@@ -82,7 +82,7 @@ TEST_F(HostWrappers, FailedBufferReleasesAHandedOverBlockOnce) {
       },
       [](void* data, MOXReleaseProc release) {
         MOXRequireSharedBuffTable();
-        gMOXSharedBuffTable.SetSlot(0, reinterpret_cast<void*>(&ThrowingNewBuffer));
+        gMOXSharedBuffTable.SetProc<MOXSharedBuffSlots::NewBuffer>(&ThrowingNewBuffer);
         EXPECT_THROW(MOXNewSharedBuffer(4, data, release, 0, 0), std::runtime_error);
         gMOXSharedBuffTable.Clear();
       },
@@ -98,7 +98,7 @@ TEST_F(HostWrappers, FailedBufferReleasesAHandedOverBlockOnce) {
           MOXNewSharedBuffer(4, data, release, 0, 0);
           ADD_FAILURE() << "made a buffer without the interface";
         } catch (const CMOXError& e) {
-          EXPECT_EQ(Describe(e.fError), "MOX: Missing Interface");
+          EXPECT_EQ(Describe(e.Error()), "MOX: Missing Interface");
         }
         RT().ClearFaults();
       }};
@@ -130,16 +130,16 @@ TEST_F(HostWrappers, CacheIdentifiersAndEntriesHoldTheirOwnReferences) {
   const int64_t ids = RT().Counts().cacheIDs;
   {
     auto id = std::make_unique<CMOXCacheID>();
-    ASSERT_NE(id->fID, nullptr);
+    ASSERT_NE(id->ID(), nullptr);
     CMOXCacheID copy(*id);
-    CMOXCacheEntry plain(id->fID, 7);
-    EXPECT_EQ(NoPurgeLevel(id->fID), 0u) << "the plain entry doesn't mark";
+    CMOXCacheEntry plain(id->ID(), 7);
+    EXPECT_EQ(NoPurgeLevel(id->ID()), 0u) << "the plain entry doesn't mark";
     {
-      CMOXPinnedCacheEntry pinned(id->fID, 42);
+      CMOXPinnedCacheEntry pinned(id->ID(), 42);
       CMOXPinnedCacheEntry pinnedCopy(pinned);
-      EXPECT_EQ(NoPurgeLevel(id->fID), 2u);
+      EXPECT_EQ(NoPurgeLevel(id->ID()), 2u);
     }
-    EXPECT_EQ(NoPurgeLevel(id->fID), 0u) << "pinned entries unmark when they go";
+    EXPECT_EQ(NoPurgeLevel(id->ID()), 0u) << "pinned entries unmark when they go";
     id.reset();
     EXPECT_EQ(RT().Counts().cacheIDs, ids + 1) << "the entry and the copy keep it alive";
   }
@@ -152,12 +152,12 @@ MOXCacheID NoCacheID() {
 
 TEST_F(HostWrappers, RuntimeWithoutIdentifiersFailsCacheIDConstruction) {
   MOXRequireCacheTable();
-  gMOXCacheTable.SetSlot(0, reinterpret_cast<void*>(&NoCacheID));
+  gMOXCacheTable.SetProc<MOXCacheSlots::NewCacheID>(&NoCacheID);
   try {
     CMOXCacheID id;
     ADD_FAILURE() << "made an identifier from nothing";
   } catch (const CMOXError& e) {
-    EXPECT_EQ(Describe(e.fError), ": couldn't create cacheID");
+    EXPECT_EQ(Describe(e.Error()), ": couldn't create cacheID");
   }
   gMOXCacheTable.Clear();
 }
@@ -169,12 +169,12 @@ TEST_F(HostWrappers, OneMissingMethodFailsTheWholeCacheTable) {
   RT().HideMethod("MOXCacheInterface", "MarkPurge");
   RT().RaiseUnregisterCounter();
   EXPECT_THROW(CMOXCacheID(), CMOXError);
-  EXPECT_THROW(CMOXCacheEntry(id.fID, 1), CMOXError) << "even when only AddRef is needed";
+  EXPECT_THROW(CMOXCacheEntry(id.ID(), 1), CMOXError) << "even when only AddRef is needed";
   {
     QuietLookups quiet;
     EXPECT_THROW(CMOXCacheID(), CMOXError);
-    CMOXPinnedCacheEntry entry(id.fID, 1);
-    EXPECT_EQ(entry.fID, nullptr) << "no reference taken, so none to give back";
+    CMOXPinnedCacheEntry entry(id.ID(), 1);
+    EXPECT_EQ(entry.ID(), nullptr) << "no reference taken, so none to give back";
   }
   EXPECT_EQ(RT().Counts().cacheIDs, ids + 1);
   RT().ClearFaults();
@@ -206,7 +206,7 @@ TEST_F(HostWrappers, ClientProgressAnswersThroughTheRuntime) {
   int destroyed = 0;
   {
     auto* client = new RecordingProgress(&destroyed);
-    CMOXProgress progress(MOXNewClientProgress(client), true);
+    CMOXProgress progress = CMOXProgress::Adopt(MOXNewClientProgress(client));
     EXPECT_TRUE(progress.Update(0.25));
     EXPECT_EQ(client->lastFraction, 0.25);
     client->result = 0x100;
@@ -216,7 +216,7 @@ TEST_F(HostWrappers, ClientProgressAnswersThroughTheRuntime) {
     client->throwNext = true;
     EXPECT_FALSE(progress.Update(0.75)) << "an exception asks the caller to stop";
 
-    CMOXProgress shared(progress.fProgress, false);
+    CMOXProgress shared = CMOXProgress::Retain(progress.Progress());
     CMOXProgress copy(shared);
   }
   EXPECT_EQ(destroyed, 1);
@@ -224,7 +224,7 @@ TEST_F(HostWrappers, ClientProgressAnswersThroughTheRuntime) {
 
 TEST_F(HostWrappers, CMOXProgressNeedsAnObjectAndTheTable) {
   ASSERT_NE(gMOXProgressTable.Get(), nullptr);
-  MOXProgress null = gMOXProgressTable.Slot<MOXProgressNewNullProgressProc>(0)();
+  MOXProgress null = gMOXProgressTable.Proc<MOXProgressSlots::NewNullProgress>()();
   HideInterface("MOXProgressInterface");
   int destroyed = 0;
   auto* client = new RecordingProgress(&destroyed);
@@ -233,27 +233,27 @@ TEST_F(HostWrappers, CMOXProgressNeedsAnObjectAndTheTable) {
     EXPECT_EQ(MOXNewClientProgress(client), nullptr);
     for (MOXProgress progress : {null, static_cast<MOXProgress>(nullptr)}) {
       try {
-        CMOXProgress handle(progress, false);
+        CMOXProgress handle = CMOXProgress::Retain(progress);
         ADD_FAILURE() << "held a progress without the table or a null one";
       } catch (const CMOXError& e) {
-        EXPECT_EQ(Describe(e.fError), ": couldn't construct CMOXProgress");
+        EXPECT_EQ(Describe(e.Error()), ": couldn't construct CMOXProgress");
       }
       RT().ClearFaults();
     }
   }
   EXPECT_EQ(destroyed, 0) << "without the table the client stays the caller's";
   delete client;
-  CMOXProgress adopted(null, true);
+  CMOXProgress adopted = CMOXProgress::Adopt(null);
   EXPECT_TRUE(adopted.Update(1.0));
 }
 
 // ---- Filters -----------------------------------------------------------------------------
 
 MOXErrorRef FilterWrite(MOXFilter filter, const void* data, uint64_t size) {
-  return gMOXFilterTable.Slot<MOXFilterWriteV2Proc>(7)(filter, data, size);
+  return gMOXFilterTable.Proc<MOXFilterSlots::Write>()(filter, data, size);
 }
 void FilterRelease(MOXFilter filter) {
-  gMOXFilterTable.Slot<MOXFilterReleaseProc>(6)(filter);
+  gMOXFilterTable.Proc<MOXFilterSlots::Release>()(filter);
 }
 
 // Collects what reaches it; with a target it passes the bytes on, upper-cased.
@@ -306,14 +306,14 @@ TEST_F(HostWrappers, ClientSinkAndFilterCarryWritesThroughTheRuntime) {
   ASSERT_NE(stage, nullptr);
   EXPECT_EQ(FilterWrite(stage, "abc", 3), nullptr);
   EXPECT_EQ(sinkClient->received, "ABC");
-  EXPECT_EQ(gMOXFilterTable.Slot<MOXFilterGetChainStateV2Proc>(15)(stage), 17u);
+  EXPECT_EQ(gMOXFilterTable.Proc<MOXFilterSlots::GetChainState>()(stage), 17u);
 
   sinkClient->fail = true;
   MOXErrorRef error = FilterWrite(stage, "d", 1);
   EXPECT_EQ(Describe(error), "TOV: sink full") << "the sink's failure travels back up the chain";
   MOXErrorProcs::Release(error);
   stageClient->fail = true;
-  error = gMOXFilterTable.Slot<MOXFilterCloseProc>(9)(stage);
+  error = gMOXFilterTable.Proc<MOXFilterSlots::Close>()(stage);
   EXPECT_NE(error, nullptr) << "a throwing close counts as a failed one";
   MOXErrorProcs::Release(error);
 
@@ -379,7 +379,7 @@ MOXErrorRef CapturingJPEG(MOXFilter* out, MOXFilter, void* client, MOXFilterWrit
 
 TEST_F(HostWrappers, FilterAdaptersPassArgumentsAndSwallowFailures) {
   ASSERT_NE(gMOXFilterTable.Get(), nullptr);
-  gMOXFilterTable.SetSlot(4, reinterpret_cast<void*>(&CapturingJPEG));
+  gMOXFilterTable.SetProc<MOXFilterSlots::NewFilterJPEG>(&CapturingJPEG);
   int destroyed = 0;
   auto* client = new RecordingFilter(&destroyed);
   EXPECT_EQ(MOXNewFilterJPEG(nullptr, client), reinterpret_cast<MOXFilter>(&gCaptured));
@@ -411,10 +411,13 @@ TEST_F(HostWrappers, FilterAdaptersPassArgumentsAndSwallowFailures) {
 TEST_F(HostWrappers, ProcessFilterHandlesReleaseWhatTheyHold) {
   ASSERT_NE(gMOXFilterTable.Get(), nullptr);
   CMOXFilterRef& handle = gMOXProcessFilters[0];
-  ASSERT_EQ(handle.fFilter, nullptr) << "empty from the start";
-  ASSERT_EQ(gMOXFilterTable.Slot<MOXFilterNewNullDataSinkV2Proc>(0)(&handle.fFilter), nullptr);
+  ASSERT_EQ(handle.Filter(), nullptr) << "empty from the start";
+  MOXFilter sink = nullptr;
+  ASSERT_EQ(gMOXFilterTable.Proc<MOXFilterSlots::NewNullDataSink>()(&sink), nullptr);
+  handle.Adopt(sink);
+  ASSERT_EQ(handle.Filter(), sink);
   handle.Reset();
-  EXPECT_EQ(handle.fFilter, nullptr);  // the fixture checks that the filter is gone
+  EXPECT_EQ(handle.Filter(), nullptr);  // the fixture checks that the filter is gone
 }
 
 // ---- Counted release record ---------------------------------------------------------------

@@ -1,4 +1,4 @@
-// A fixture that starts the library (linked from its internal archive) on the
+// A fixture that starts the library (linked from its layers) on the
 // reference runtime and checks that a scenario leaves no object behind.
 #ifndef MOXUTILS_TESTS_BINDING_LIBRARY_FIXTURE_H_
 #define MOXUTILS_TESTS_BINDING_LIBRARY_FIXTURE_H_
@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "MOXUtils.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 
 class StartedLibrary : public ::testing::Test {
  protected:

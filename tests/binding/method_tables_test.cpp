@@ -27,11 +27,10 @@ int PingAgain(MOXContainer) {
   return 3;
 }
 
-const MOXMethodRow kRows[] = {{"Ping", "TestPingProc"}, {"Pong", "TestPongProc"}};
-
-bool FetchTestMethods(MOXContainer container, bool quiet, void** procs) {
-  return MOX_T_MT::MOXFetchMethods(kRows, 2, container, quiet, procs);
-}
+#define TEST_WIDGET_METHODS(X) \
+  X(Ping, TestPingProc)        \
+  X(Pong, TestPongProc)
+MOX_DEFINE_SLOTS(TestWidgetSlots, TEST_WIDGET_METHODS)
 
 void NoDestroy(void*) {}
 
@@ -62,10 +61,10 @@ class MethodTables : public StartedLibrary {
     CMOXStringHolder signature;
     if (interfaceName != nullptr) signature = CMOXStringHolder(interfaceName);
     handles_.emplace_back(MOXNewFullContainer(&instance_, name, &NoDestroy, signature));
-    return handles_.back().Get();
+    return handles_.back().Container();
   }
   void** Lookup(MOXContainer container) {
-    return MOXLookupProcTable(&list_, &FetchTestMethods, container);
+    return MOXLookupProcTable(&list_, &MOX_T_MT::MOXFetchSlots<TestWidgetSlots::Slot>, container);
   }
   static uint64_t GetMethodCalls() { return moxhost::Runtime::Get().GetMethodCalls(); }
 
@@ -84,8 +83,8 @@ TEST_F(MethodTables, OneSignatureSharesOneEntry) {
   EXPECT_EQ(procsA, procsB);
   EXPECT_EQ(GetMethodCalls() - calls, 2u) << "a hit must not ask the runtime";
   EXPECT_EQ(list_.fCount, 1u);
-  EXPECT_EQ(MOX_T_MT::MOXProcAt<TestPingProc>(procsA, 0)(a), 1);
-  EXPECT_EQ(MOX_T_MT::MOXProcAt<TestPongProc>(procsA, 1)(a), 2);
+  EXPECT_EQ(MOXProcAt<TestWidgetSlots::Ping>(procsA)(a), 1);
+  EXPECT_EQ(MOXProcAt<TestWidgetSlots::Pong>(procsA)(a), 2);
 }
 
 TEST_F(MethodTables, MovedCounterRefreshesInPlaceExactlyOnce) {
@@ -99,7 +98,7 @@ TEST_F(MethodTables, MovedCounterRefreshesInPlaceExactlyOnce) {
   void** refreshed = Lookup(widget);
   EXPECT_EQ(refreshed, procs) << "the entry is refreshed in place";
   EXPECT_EQ(GetMethodCalls() - calls, 2u);
-  EXPECT_EQ(MOX_T_MT::MOXProcAt<TestPingProc>(procs, 0)(widget), 3);
+  EXPECT_EQ(MOXProcAt<TestWidgetSlots::Ping>(procs)(widget), 3);
   Lookup(widget);
   EXPECT_EQ(GetMethodCalls() - calls, 2u) << "the second lookup must not fetch again";
 }
@@ -169,7 +168,7 @@ TEST_F(MethodTables, ConcurrentLookupsWhileTheCounterMoves) {
     threads.emplace_back([&] {
       for (int i = 0; i < 2000; ++i) {
         void** procs = Lookup(widget);
-        if (MOX_T_MT::MOXProcAt<TestPongProc>(procs, 1)(widget) != 2) wrong = true;
+        if (MOXProcAt<TestWidgetSlots::Pong>(procs)(widget) != 2) wrong = true;
       }
     });
   }

@@ -14,8 +14,8 @@
 
 #include "POSStreamerProcs.h"
 #include "blackbox/pos_procs.h"
-#include "moxhost/Runtime.h"
-#include "support/LiveCounts.h"
+#include "moxhost/runtime.h"
+#include "support/live_counts.h"
 
 namespace moxtest {
 namespace {
@@ -46,9 +46,9 @@ class ForeignComponent : public ::testing::Test {
     ASSERT_TRUE(library_->Start());
     ASSERT_TRUE(p.Load(Runtime::LookupProc()));
     // The library keeps one method table per signature from the first use on.
-    MOXContainer warm = p.Keep(p.newDict());
-    p.Put(warm, "k", p.newNumber(0));
-    p.containerRelease(warm);
+    MOXContainer warm = p.Keep(p.posDict.NewPOSDict());
+    p.Put(warm, "k", p.posNumber.NewPOSNumber(0));
+    p.container.Release(warm);
     started_ = Runtime::Get().Counts();
   }
   void TearDown() override {
@@ -60,12 +60,12 @@ class ForeignComponent : public ::testing::Test {
 
   Strings Keys(MOXContainer dict) {
     Strings keys;
-    MOXContainer it = p.newDictIterator(dict);
+    MOXContainer it = p.posDictIterator.NewPOSDictIterator(dict);
     EXPECT_EQ(p.RefCount(it), 0u) << "a new iterator is unowned too";
-    p.containerAddRef(it);
-    for (p.iteratorBegin(it); !p.iteratorIsDone(it); p.iteratorNext(it))
-      keys.push_back(p.iteratorKey(it));
-    p.containerRelease(it);
+    p.container.AddRef(it);
+    for (p.posDictIterator.Begin(it); !p.posDictIterator.IsDone(it); p.posDictIterator.Next(it))
+      keys.push_back(p.posDictIterator.CurKey(it));
+    p.container.Release(it);
     return keys;
   }
 
@@ -82,54 +82,54 @@ TEST_F(ForeignComponent, BuildsReadsClonesComparesAndReleasesATree) {
   const uint16_t units[] = {0x48, 0x49, 0};
   int target = 0;
   // <name (tree) list [1 2 <x `00480049`>] blob bytes ptr &target>
-  MOXContainer root = p.newDict();
-  MOXContainer list = p.newArray();
-  MOXContainer inner = p.newDict();
-  MOXContainer two = p.newNumber(2);
+  MOXContainer root = p.posDict.NewPOSDict();
+  MOXContainer list = p.posArray.NewPOSArray();
+  MOXContainer inner = p.posDict.NewPOSDict();
+  MOXContainer two = p.posNumber.NewPOSNumber(2);
   for (MOXContainer fresh : {root, list, inner, two}) EXPECT_EQ(p.RefCount(fresh), 0u);
-  p.containerAddRef(root);
-  p.arrayAppend(list, p.newNumber(1));
-  p.arrayAppend(list, two);
-  p.Put(inner, "x", p.newUnicode(units));
-  p.arrayAppend(list, inner);
-  p.Put(root, "name", p.newString("tree"));
+  p.container.AddRef(root);
+  p.posArray.Append(list, p.posNumber.NewPOSNumber(1));
+  p.posArray.Append(list, two);
+  p.Put(inner, "x", p.posUnicodeString.NewPOSUnicodeString(units));
+  p.posArray.Append(list, inner);
+  p.Put(root, "name", p.posString.NewPOSString("tree"));
   p.Put(root, "list", list);
-  p.Put(root, "blob", p.newBinData("bytes", "\x01\x02", 2));
-  p.Put(root, "ptr", p.newRawPointer(&target, &CountRelease));
+  p.Put(root, "blob", p.posBinData.NewPOSBinData("bytes", "\x01\x02", 2));
+  p.Put(root, "ptr", p.posRawPointer.NewPOSRawPointer(&target, &CountRelease));
   EXPECT_EQ(p.RefCount(list), 1u);
   EXPECT_EQ(p.RefCount(two), 1u);
 
   EXPECT_EQ(Keys(root), (Strings{"blob", "list", "name", "ptr"}));
-  EXPECT_STREQ(p.stringGet(p.Get(root, "name")), "tree");
+  EXPECT_STREQ(p.posString.Get(p.Get(root, "name")), "tree");
   EXPECT_EQ(p.Get(root, "list"), list);
-  EXPECT_EQ(p.arrayCount(list), 3u);
-  EXPECT_EQ(p.arrayGetAt(list, 1), two);
+  EXPECT_EQ(p.posArray.Count(list), 3u);
+  EXPECT_EQ(p.posArray.GetAt(list, 1), two);
   EXPECT_EQ(p.DeepGet(root, "list[1]"), two);
-  EXPECT_EQ(p.unicodeGet(p.DeepGet(root, "list[2].x"))[1], 0x49);
-  EXPECT_EQ(p.binDataSize(p.Get(root, "blob")), 2u);
-  EXPECT_EQ(p.rawPointerGet(p.DeepGet(root, ".ptr")), &target);
+  EXPECT_EQ(p.posUnicodeString.Get(p.DeepGet(root, "list[2].x"))[1], 0x49);
+  EXPECT_EQ(p.posBinData.GetSize(p.Get(root, "blob")), 2u);
+  EXPECT_EQ(p.posRawPointer.GetRawPointer(p.DeepGet(root, ".ptr")), &target);
   EXPECT_EQ(p.RefCount(list), 1u) << "Get leaves the count alone";
   EXPECT_EQ(p.RefCount(two), 1u) << "so do GetAt and DeepGet";
 
-  MOXContainer copy = p.clone(root);
+  MOXContainer copy = p.posObject.Clone(root);
   ASSERT_NE(copy, nullptr);
   EXPECT_EQ(p.RefCount(copy), 0u) << "a clone is unowned";
-  p.containerAddRef(copy);
+  p.container.AddRef(copy);
   EXPECT_EQ(p.RefCount(two), 2u) << "leaves are shared";
-  EXPECT_TRUE(p.isEqual(root, copy));
-  EXPECT_TRUE(p.isEqual(copy, root));
+  EXPECT_TRUE(p.posObject.IsEqual(root, copy));
+  EXPECT_TRUE(p.posObject.IsEqual(copy, root));
   EXPECT_NE(p.Get(copy, "list"), list) << "containers are not";
   p.Remove(p.DeepGet(copy, "list[2]"), "x");
-  EXPECT_FALSE(p.isEqual(root, copy));
-  EXPECT_TRUE(p.isEqual(copy, root)) << "a Dict only asks about its own keys";
+  EXPECT_FALSE(p.posObject.IsEqual(root, copy));
+  EXPECT_TRUE(p.posObject.IsEqual(copy, root)) << "a Dict only asks about its own keys";
   EXPECT_NE(p.DeepGet(root, "list[2].x"), nullptr) << "the clone's change stays in the clone";
-  p.debugDump(root);
+  p.posStatics.DebugDump(root);
   EXPECT_EQ(p.RefCount(root), 1u);
   EXPECT_EQ(Runtime::Get().Reports(), Strings{});
 
-  p.containerRelease(root);
+  p.container.Release(root);
   EXPECT_EQ(gReleaseCalls, 0) << "the clone still holds the raw pointer";
-  p.containerRelease(copy);
+  p.container.Release(copy);
   EXPECT_EQ(gReleaseCalls, 1) << "released once, when the object died";
 }
 
@@ -150,19 +150,19 @@ TEST_F(ForeignComponent, StreamerWritesTheWorkedExampleAndReadsItBack) {
   };
   MOXContainer streamer = p.Keep(newStreamer());
   const uint16_t units[] = {0x00E9, 0xABCD, 0};
-  MOXContainer list = p.Keep(p.newArray());
-  p.arrayAppend(list, p.newNumber(7));
-  p.arrayAppend(list, p.newArray());
-  MOXContainer dict = p.Keep(p.newDict());
-  p.Put(dict, "n", p.newNumber(2.5));
-  p.Put(dict, "s", p.newString("say \"hi\"\n\x01"));
-  p.Put(dict, "u", p.newUnicode(units));
-  p.Put(dict, "b", p.newBinData("raw", "\x01\xAB\xFF", 3));
+  MOXContainer list = p.Keep(p.posArray.NewPOSArray());
+  p.posArray.Append(list, p.posNumber.NewPOSNumber(7));
+  p.posArray.Append(list, p.posArray.NewPOSArray());
+  MOXContainer dict = p.Keep(p.posDict.NewPOSDict());
+  p.Put(dict, "n", p.posNumber.NewPOSNumber(2.5));
+  p.Put(dict, "s", p.posString.NewPOSString("say \"hi\"\n\x01"));
+  p.Put(dict, "u", p.posUnicodeString.NewPOSUnicodeString(units));
+  p.Put(dict, "b", p.posBinData.NewPOSBinData("raw", "\x01\xAB\xFF", 3));
   p.Put(dict, "l", list);
   MOXContainer out = open("wb");
   EXPECT_TRUE(serialize(streamer, out, dict, nullptr));
   EXPECT_FALSE(serialize(dict, out, dict, nullptr));
-  p.containerRelease(out);
+  p.container.Release(out);
   std::ostringstream written;
   written << std::ifstream(path, std::ios::binary).rdbuf();
   EXPECT_EQ(written.str(),
@@ -172,12 +172,12 @@ TEST_F(ForeignComponent, StreamerWritesTheWorkedExampleAndReadsItBack) {
   MOXContainer in = open("rb");
   MOXContainer back = p.Keep(deserialize(streamer, in));
   ASSERT_NE(back, nullptr);
-  EXPECT_TRUE(p.isEqual(back, dict));
-  EXPECT_TRUE(p.isEqual(dict, back));
+  EXPECT_TRUE(p.posObject.IsEqual(back, dict));
+  EXPECT_TRUE(p.posObject.IsEqual(dict, back));
   // Failures come back as a report and a neutral result.
   EXPECT_EQ(deserialize(streamer, in), nullptr);
   EXPECT_EQ(Runtime::Get().Reports(), (Strings{"invalid container", "getNextChar unexpected EOF"}));
-  for (MOXContainer object : {back, list, dict, in, streamer}) p.containerRelease(object);
+  for (MOXContainer object : {back, list, dict, in, streamer}) p.container.Release(object);
   unlink(path);
   // The streamer's method tables stay until the stop, which must give them
   // back with everything else.
@@ -251,8 +251,8 @@ TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackClientsFir
   ASSERT_TRUE(p.Load(Runtime::LookupProc()));
   MOXContainer parsed = p.Keep(LOOKUP("POSObjectStatics", "CreateFromText",
                                       POSObjectCreateFromTextProc)("<a [1 (2)]>", nullptr));
-  EXPECT_STREQ(p.stringGet(p.DeepGet(parsed, "a[1]")), "2");
-  p.containerRelease(parsed);
+  EXPECT_STREQ(p.posString.Get(p.DeepGet(parsed, "a[1]")), "2");
+  p.container.Release(parsed);
   EXPECT_EQ(Runtime::Get().Reports(), Strings{});
   started_ = Runtime::Get().Counts();
 }

@@ -3,39 +3,39 @@
 #ifndef MOXUTILS_TESTS_BLACKBOX_POS_PROCS_H_
 #define MOXUTILS_TESTS_BLACKBOX_POS_PROCS_H_
 
-#include "moxhost/ComponentProcs.h"
+#include "moxhost/component_procs.h"
 
 namespace moxtest {
 
 struct POSProcs : moxhost::ComponentProcs {
-  uint32_t RefCount(MOXContainer object) const { return *containerRefCountAddr(object); }
+  uint32_t RefCount(MOXContainer object) const { return *container.DebugGetRefCountAddr(object); }
   // Takes a reference, as a component that keeps an object does.
   MOXContainer Keep(MOXContainer object) const {
-    if (object != nullptr) containerAddRef(object);
+    if (object != nullptr) container.AddRef(object);
     return object;
   }
   // Drops an object that nobody holds (count zero): owns it, then lets it go.
-  void Drop(MOXContainer object) const { containerRelease(Keep(object)); }
+  void Drop(MOXContainer object) const { container.Release(Keep(object)); }
 
   // An atom of a C string that lives to the end of the full expression.
   struct Atom {
     const POSProcs& p;
     MOXStringAtom atom;
-    ~Atom() { p.deleteAtom(atom); }
+    ~Atom() { p.string.DeleteStringAtom(atom); }
   };
 
   // Dict methods with a C-string key; the atom lives for the call only.
   MOXContainer Get(MOXContainer dict, const char* key) const {
-    return dictGet(dict, Atom{*this, newAtom(key)}.atom);
+    return posDict.Get(dict, Atom{*this, string.NewStringAtom(key)}.atom);
   }
   MOXContainer DeepGet(MOXContainer dict, const char* address) const {
-    return dictDeepGet(dict, Atom{*this, newAtom(address)}.atom);
+    return posDict.DeepGet(dict, Atom{*this, string.NewStringAtom(address)}.atom);
   }
   void Put(MOXContainer dict, const char* key, MOXContainer value) const {
-    dictPut(dict, Atom{*this, newAtom(key)}.atom, value);
+    posDict.Put(dict, Atom{*this, string.NewStringAtom(key)}.atom, value);
   }
   void Remove(MOXContainer dict, const char* key) const {
-    dictRemove(dict, Atom{*this, newAtom(key)}.atom);
+    posDict.Remove(dict, Atom{*this, string.NewStringAtom(key)}.atom);
   }
 };
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "blackbox/pos_procs.h"
-#include "moxhost/Runtime.h"
-#include "support/ChildProcess.h"
+#include "moxhost/runtime.h"
+#include "support/child_process.h"
 
 namespace moxtest {
 namespace {
@@ -90,9 +90,10 @@ void UnloadWithLiveObjects(int reportFd) {
   if (library == nullptr || library->StartWith(&CountingLookup) != 1) _exit(2);
   POSProcs p;
   if (!p.Load(Runtime::LookupProc())) _exit(4);
-  MOXContainer tree = p.Keep(p.createFromText("<list [#1 (two) `0041`] name (x)>", nullptr));
-  p.Put(tree, "blob", p.newBinData("raw", "\x01\x02", 2));
-  p.clone(tree);  // an unowned clone, left at count zero
+  MOXContainer tree =
+      p.Keep(p.posStatics.CreateFromText("<list [#1 (two) `0041`] name (x)>", nullptr));
+  p.Put(tree, "blob", p.posBinData.NewPOSBinData("raw", "\x01\x02", 2));
+  p.posObject.Clone(tree);  // an unowned clone, left at count zero
   gUnloading = true;
   library->UnloadWithoutStop();
   ReportNumber(reportFd, gLateCalls);

@@ -27,26 +27,26 @@ TEST_F(Client, HandlesCountTheirReferenceAndConversionsCheckTheClass) {
   EXPECT_EQ(Raised([] { CPOSObject object(nullptr); }), "invalid container");
   CMOXContainerRef bare;
   MOXNewContainer(bare, 0, 0, 0, 0, 0);
-  MOXContainerProcs::AddRef(bare.fContainer);  // the handle's own, released at its end
-  EXPECT_EQ(Raised([&] { CPOSObject object(bare.fContainer); }), "couldn't get signature");
+  MOXContainerProcs::AddRef(bare.Container());  // the handle's own, released at its end
+  EXPECT_EQ(Raised([&] { CPOSObject object(bare.Container()); }), "couldn't get signature");
   CPOSNumber number = CPOSNumber::New(1);
   CPOSString string = CPOSString::New("s");
-  EXPECT_EQ(number.fProcs, string.fProcs) << "one signature, one table";
+  EXPECT_EQ(number.Procs(), string.Procs()) << "one signature, one table";
   {
     CPOSObject copy(number);
-    EXPECT_EQ(p.RefCount(number.fContainer), 2u);
+    EXPECT_EQ(p.RefCount(number.Container()), 2u);
     copy = string;
-    EXPECT_EQ(p.RefCount(number.fContainer), 1u);
-    EXPECT_EQ(p.RefCount(string.fContainer), 2u);
+    EXPECT_EQ(p.RefCount(number.Container()), 1u);
+    EXPECT_EQ(p.RefCount(string.Container()), 2u);
   }
-  EXPECT_EQ(p.RefCount(string.fContainer), 1u);
+  EXPECT_EQ(p.RefCount(string.Container()), 1u);
   EXPECT_EQ(Raised([&] { CPOSNumber c(string); }), "downcast from CPOSObject to CPOSNumber failed");
   EXPECT_EQ(Raised([&] { CPOSDict c(number); }), "downcast from CPOSObject to CPOSDict failed");
   EXPECT_EQ(Raised([&] { CPOSMOXObjRef c(number); }),
             "downcast from CPOSObject to CPOSRawPointer failed");
   EXPECT_TRUE(CPOSArray(number, /*quiet=*/true).IsEmpty());
   EXPECT_TRUE(CPOSNumber(CPOSObject(), /*quiet=*/true).IsEmpty());
-  EXPECT_EQ(p.RefCount(number.fContainer), 1u) << "a failed conversion lets its copy go";
+  EXPECT_EQ(p.RefCount(number.Container()), 1u) << "a failed conversion lets its copy go";
   EXPECT_EQ(Raised([] { CPOSString::New(nullptr); }), "invalid container");
   EXPECT_EQ(TakeReports(), Reports{"null argument"}) << "the method reports, the client raises";
 }

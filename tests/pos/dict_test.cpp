@@ -22,20 +22,21 @@ class Dicts : public POSFixture {
  protected:
   void SetUp() override {
     POSFixture::SetUp();
-    dict_ = p.Keep(p.newDict());
+    dict_ = p.Keep(p.posDict.NewPOSDict());
     impl_ = FromContainer<Dict>(dict_);
   }
   void TearDown() override {
-    p.containerRelease(dict_);
+    p.container.Release(dict_);
     POSFixture::TearDown();
   }
 
   // The keys as the iterator interface gives them.
   std::vector<std::string> IteratedKeys() {
     std::vector<std::string> keys;
-    MOXContainer it = p.Keep(p.newDictIterator(dict_));
-    for (; !p.iteratorIsDone(it); p.iteratorNext(it)) keys.push_back(p.iteratorKey(it));
-    p.containerRelease(it);
+    MOXContainer it = p.Keep(p.posDictIterator.NewPOSDictIterator(dict_));
+    for (; !p.posDictIterator.IsDone(it); p.posDictIterator.Next(it))
+      keys.push_back(p.posDictIterator.CurKey(it));
+    p.container.Release(it);
     return keys;
   }
 
@@ -73,7 +74,7 @@ TEST_F(Dicts, StaysABalancedSearchTreeUnderRandomPutAndRemove) {
   std::mt19937 random(20240611);
   std::map<std::string, int> model;
   MOXContainer numbers[8];
-  for (int i = 0; i < 8; ++i) numbers[i] = p.Keep(p.newNumber(i));
+  for (int i = 0; i < 8; ++i) numbers[i] = p.Keep(p.posNumber.NewPOSNumber(i));
   // Short keys from a small alphabet: many repeats, many absent removals,
   // and bytes above 0x7F, which sort after ASCII. Phases of mostly inserting
   // and mostly removing, so the tree both grows and thins out.
@@ -123,44 +124,44 @@ TEST_F(Dicts, StaysABalancedSearchTreeUnderRandomPutAndRemove) {
   p.Put(dict_, "again", numbers[0]);
   EXPECT_EQ(IteratedKeys(), std::vector<std::string>{"again"});
   for (int i = 0; i < 8; ++i) EXPECT_EQ(p.RefCount(numbers[i]), i == 0 ? 2u : 1u) << i;
-  for (int i = 0; i < 8; ++i) p.containerRelease(numbers[i]);
+  for (int i = 0; i < 8; ++i) p.container.Release(numbers[i]);
 }
 
 // Iteration in byte order is checked against std::map above; here an
 // iterator lives across changes of the tree.
 TEST_F(Dicts, PutReplacesInPlaceAndIteratorsOutliveChangesElsewhere) {
-  MOXContainer one = p.Keep(p.newNumber(1));
-  MOXContainer two = p.Keep(p.newNumber(2));
+  MOXContainer one = p.Keep(p.posNumber.NewPOSNumber(1));
+  MOXContainer two = p.Keep(p.posNumber.NewPOSNumber(2));
   for (const char* key : {"a", "B", "ab", ""}) p.Put(dict_, key, one);
-  MOXContainer it = p.Keep(p.newDictIterator(dict_));
-  p.iteratorNext(it);
+  MOXContainer it = p.Keep(p.posDictIterator.NewPOSDictIterator(dict_));
+  p.posDictIterator.Next(it);
   p.Put(dict_, "B", two);
   p.Put(dict_, "B", two);
-  EXPECT_STREQ(p.iteratorKey(it), "B") << "the node keeps its place";
+  EXPECT_STREQ(p.posDictIterator.CurKey(it), "B") << "the node keeps its place";
   EXPECT_EQ(p.Get(dict_, "B"), two);
   EXPECT_EQ(p.RefCount(one), 4u) << "the old value was released";
   p.Remove(dict_, "");
   p.Put(dict_, "Z", one);
-  p.iteratorNext(it);
-  EXPECT_STREQ(p.iteratorKey(it), "Z");
-  for (p.iteratorBegin(it); !p.iteratorIsDone(it); p.iteratorNext(it)) {
+  p.posDictIterator.Next(it);
+  EXPECT_STREQ(p.posDictIterator.CurKey(it), "Z");
+  for (p.posDictIterator.Begin(it); !p.posDictIterator.IsDone(it); p.posDictIterator.Next(it)) {
   }
-  p.iteratorNext(it);
-  EXPECT_TRUE(p.iteratorIsDone(it)) << "Next past the end is harmless";
-  EXPECT_EQ(p.iteratorKey(it), nullptr) << "and there is no key to give";
+  p.posDictIterator.Next(it);
+  EXPECT_TRUE(p.posDictIterator.IsDone(it)) << "Next past the end is harmless";
+  EXPECT_EQ(p.posDictIterator.CurKey(it), nullptr) << "and there is no key to give";
   EXPECT_EQ(TakeReports(), Reports{});
-  p.containerRelease(it);
-  p.containerRelease(one);
-  p.containerRelease(two);
+  p.container.Release(it);
+  p.container.Release(one);
+  p.container.Release(two);
 }
 
 TEST_F(Dicts, MissesAreQuietAndAFailedPutLeavesTheTreeAlone) {
-  MOXContainer value = p.Keep(p.newString("v"));
-  MOXContainer empty = p.Keep(p.newDict());
-  MOXContainer it = p.Keep(p.newDictIterator(empty));
-  EXPECT_TRUE(p.iteratorIsDone(it)) << "an empty Dict is done at once";
-  p.iteratorNext(it);
-  EXPECT_TRUE(p.iteratorIsDone(it));
+  MOXContainer value = p.Keep(p.posString.NewPOSString("v"));
+  MOXContainer empty = p.Keep(p.posDict.NewPOSDict());
+  MOXContainer it = p.Keep(p.posDictIterator.NewPOSDictIterator(empty));
+  EXPECT_TRUE(p.posDictIterator.IsDone(it)) << "an empty Dict is done at once";
+  p.posDictIterator.Next(it);
+  EXPECT_TRUE(p.posDictIterator.IsDone(it));
   EXPECT_EQ(p.Get(dict_, "absent"), nullptr);
   p.Remove(dict_, "absent");
   EXPECT_EQ(TakeReports(), Reports{});
@@ -169,9 +170,9 @@ TEST_F(Dicts, MissesAreQuietAndAFailedPutLeavesTheTreeAlone) {
   EXPECT_EQ(TakeReports(), Reports{std::bad_alloc().what()});
   EXPECT_EQ(impl_->Tree()->Root(), nullptr) << "the node comes before the tree is touched";
   EXPECT_EQ(p.RefCount(value), 1u);
-  p.containerRelease(it);
-  p.containerRelease(empty);
-  p.containerRelease(value);
+  p.container.Release(it);
+  p.container.Release(empty);
+  p.container.Release(value);
 }
 
 // DeepGet addresses: what each reaches, and every miss a null that says
@@ -181,10 +182,11 @@ TEST_F(Dicts, DeepGetReachesKeysAndSubscriptsAndMissesQuietly) {
   const MOX_T_MT::CPOSObject root = MOX_T_MT::CPOSObjectStatics::CreateFromText(
       "<a [<b 1>] () [10 11] (k]x) 2 x <() <y 3>> n 4>");
   auto at = [&](const char* address) -> std::string {
-    MOXContainer found = p.DeepGet(root.fContainer, address);
+    MOXContainer found = p.DeepGet(root.Container(), address);
     if (found == nullptr) return "null";
-    if (p.isNumber(found)) return std::to_string(static_cast<int>(p.numberGet(found)));
-    return p.isDict(found) ? "dict" : p.isArray(found) ? "array" : "other";
+    if (p.posNumber.IsPOSNumber(found))
+      return std::to_string(static_cast<int>(p.posNumber.Get(found)));
+    return p.posDict.IsPOSDict(found) ? "dict" : p.posArray.IsPOSArray(found) ? "array" : "other";
   };
   const std::pair<const char*, const char*> cases[] = {
       {"a[0].b", "1"},
@@ -208,8 +210,8 @@ TEST_F(Dicts, DeepGetReachesKeysAndSubscriptsAndMissesQuietly) {
   }
   EXPECT_EQ(p.DeepGet(dict_, "[0]"), nullptr) << "no empty key";
   EXPECT_EQ(TakeReports(), Reports{}) << "every miss is quiet";
-  EXPECT_EQ(p.DeepGet(p.Get(root.fContainer, "n"), "a"), nullptr);
-  EXPECT_EQ(p.dictDeepGet(root.fContainer, nullptr), nullptr);
+  EXPECT_EQ(p.DeepGet(p.Get(root.Container(), "n"), "a"), nullptr);
+  EXPECT_EQ(p.posDict.DeepGet(root.Container(), nullptr), nullptr);
   EXPECT_EQ(TakeReports(), (Reports{"instance was not an POSDict", "null argument"}));
   moxhost::Runtime::Get().FailNthAllocation(1);
   EXPECT_EQ(at("a"), "null");

@@ -47,23 +47,23 @@ class OutOfMemory : public POSFixture {
 // <list [0 <k s>] u `A` d bin>, each step skipped when its input came back
 // null; a failed Append or Put shows only in the reports.
 MOXContainer Build(const POSProcs& p) {
-  MOXContainer root = p.Keep(p.newDict());
+  MOXContainer root = p.Keep(p.posDict.NewPOSDict());
   if (root == nullptr) return nullptr;
-  MOXContainer list = p.Keep(p.newArray());
-  MOXContainer zero = p.Keep(p.newNumber(0));
-  MOXContainer inner = p.Keep(p.newDict());
-  MOXContainer text = p.Keep(p.newString("s"));
+  MOXContainer list = p.Keep(p.posArray.NewPOSArray());
+  MOXContainer zero = p.Keep(p.posNumber.NewPOSNumber(0));
+  MOXContainer inner = p.Keep(p.posDict.NewPOSDict());
+  MOXContainer text = p.Keep(p.posString.NewPOSString("s"));
   const uint16_t units[] = {0x41, 0};
-  MOXContainer unicode = p.Keep(p.newUnicode(units));
-  MOXContainer bin = p.Keep(p.newBinData("bin", "bytes", 5));
-  if (list && zero) p.arrayAppend(list, zero);
+  MOXContainer unicode = p.Keep(p.posUnicodeString.NewPOSUnicodeString(units));
+  MOXContainer bin = p.Keep(p.posBinData.NewPOSBinData("bin", "bytes", 5));
+  if (list && zero) p.posArray.Append(list, zero);
   if (inner && text) p.Put(inner, "k", text);
-  if (list && inner) p.arrayAppend(list, inner);
+  if (list && inner) p.posArray.Append(list, inner);
   if (list) p.Put(root, "list", list);
   if (unicode) p.Put(root, "u", unicode);
   if (bin) p.Put(root, "d", bin);
   for (MOXContainer object : {list, zero, inner, text, unicode, bin}) {
-    if (object != nullptr) p.containerRelease(object);
+    if (object != nullptr) p.container.Release(object);
   }
   return root;
 }
@@ -73,17 +73,18 @@ TEST_F(OutOfMemory, EveryAllocationOfBuildAndCloneMayFail) {
   // A clone that fails reports once more for each level above the failure.
   FailEachInTurn(false, "CPOSObject::Clone failed", [&] {
     MOXContainer root = Build(p);
-    MOXContainer copy = root != nullptr ? p.Keep(p.clone(root)) : nullptr;
+    MOXContainer copy = root != nullptr ? p.Keep(p.posObject.Clone(root)) : nullptr;
     if (copy != nullptr) {
-      EXPECT_TRUE(p.isEqual(root, copy) && p.isEqual(copy, root));
+      EXPECT_TRUE(p.posObject.IsEqual(root, copy) && p.posObject.IsEqual(copy, root));
     }
-    const bool whole = copy != nullptr && p.isEqual(copy, reference) && p.isEqual(reference, copy);
+    const bool whole = copy != nullptr && p.posObject.IsEqual(copy, reference) &&
+                       p.posObject.IsEqual(reference, copy);
     for (MOXContainer object : {root, copy}) {
-      if (object != nullptr) p.containerRelease(object);
+      if (object != nullptr) p.container.Release(object);
     }
     return whole;
   });
-  p.containerRelease(reference);
+  p.container.Release(reference);
 }
 
 // The parse gives null, or the tree without what could not be added.
@@ -97,14 +98,15 @@ TEST_F(OutOfMemory, EveryAllocationAndAtomOfAParseMayFail) {
     MOXContainer object = p.Keep(create(text, &position));
     EXPECT_EQ(position, nullptr) << "running out is no syntax error";
     if (object == nullptr) return false;
-    const bool whole = p.isEqual(object, complete) && p.isEqual(complete, object);
-    p.containerRelease(object);
+    const bool whole =
+        p.posObject.IsEqual(object, complete) && p.posObject.IsEqual(complete, object);
+    p.container.Release(object);
     return whole;
   };
   // The entry that was handed no object reports it as well.
   FailEachInTurn(false, "invalid container", parse);
   FailEachInTurn(true, "invalid container", parse);
-  p.containerRelease(complete);
+  p.container.Release(complete);
 }
 
 }  // namespace

@@ -12,10 +12,10 @@
 
 #include "MOXUtils.h"
 #include "blackbox/pos_procs.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 #include "pos/base_object.h"
 #include "pos/pos_client.h"
-#include "support/LiveCounts.h"
+#include "support/live_counts.h"
 
 namespace moxtest {
 

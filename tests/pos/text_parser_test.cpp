@@ -32,27 +32,27 @@ class TextParser : public moxtest::POSFixture {
     char buffer[32];
     std::string text;
     if (object == nullptr) return "null";
-    if (p.isString(object)) return "'" + std::string(p.stringGet(object)) + "'";
-    if (p.isNumber(object)) {
-      std::snprintf(buffer, sizeof buffer, "%g", p.numberGet(object));
+    if (p.posString.IsPOSString(object)) return "'" + std::string(p.posString.Get(object)) + "'";
+    if (p.posNumber.IsPOSNumber(object)) {
+      std::snprintf(buffer, sizeof buffer, "%g", p.posNumber.Get(object));
       return buffer;
     }
-    if (p.isArray(object)) {
-      for (uint32_t i = 0; i < p.arrayCount(object); ++i) {
-        text += (i > 0 ? " " : "") + Describe(p.arrayGetAt(object, i));
+    if (p.posArray.IsPOSArray(object)) {
+      for (uint32_t i = 0; i < p.posArray.Count(object); ++i) {
+        text += (i > 0 ? " " : "") + Describe(p.posArray.GetAt(object, i));
       }
       return "[" + text + "]";
     }
-    if (p.isDict(object)) {
-      MOXContainer it = p.Keep(p.newDictIterator(object));
-      for (; !p.iteratorIsDone(it); p.iteratorNext(it)) {
-        text += (text.empty() ? "" : " ") + std::string(p.iteratorKey(it)) + ":" +
-                Describe(p.Get(object, p.iteratorKey(it)));
+    if (p.posDict.IsPOSDict(object)) {
+      MOXContainer it = p.Keep(p.posDictIterator.NewPOSDictIterator(object));
+      for (; !p.posDictIterator.IsDone(it); p.posDictIterator.Next(it)) {
+        text += (text.empty() ? "" : " ") + std::string(p.posDictIterator.CurKey(it)) + ":" +
+                Describe(p.Get(object, p.posDictIterator.CurKey(it)));
       }
-      p.containerRelease(it);
+      p.container.Release(it);
       return "<" + text + ">";
     }
-    for (const uint16_t* unit = p.unicodeGet(object); *unit != 0; ++unit) {
+    for (const uint16_t* unit = p.posUnicodeString.Get(object); *unit != 0; ++unit) {
       std::snprintf(buffer, sizeof buffer, "%s%04X", text.empty() ? "" : " ", *unit);
       text += buffer;
     }

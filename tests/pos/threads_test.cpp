@@ -37,14 +37,14 @@ TEST_F(Threads, ReadersCloneAndCompareWhileTablesGoStale) {
         check(number.Get() == t * 1000 + i);
         CPOSString text = CPOSString::New("two");
         check(text.IsEqual(tree.DeepGet("a[1]")));
-        CPOSObject view(one.fContainer);  // a method-table lookup of its own
+        CPOSObject view(one.Container());  // a method-table lookup of its own
         check(view.IsEqual(tree.DeepGet("a[0]")));
         CPOSDict copy(tree.Clone());
         check(copy.IsEqual(tree) && tree.IsEqual(copy));
         check(copy.GetDict("b").GetNumber("c").Get() == 3.0);
         check(tree.Count() == 2u);
         CPOSArray list = tree.GetArray("a");
-        check(CPOSObject(list.GetAt(0)).Clone().fContainer == list.GetAt(0).fContainer);
+        check(CPOSObject(list.GetAt(0)).Clone().Container() == list.GetAt(0).Container());
       }
     });
   }

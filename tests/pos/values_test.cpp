@@ -56,8 +56,8 @@ TEST_F(Values, EachClassHasItsOwnEquality) {
 TEST_F(Values, LeavesAreTheirOwnClonesAndKeepTheirOwnCopies) {
   CPOSNumber nan = CPOSNumber::New(std::numeric_limits<double>::quiet_NaN());
   EXPECT_FALSE(nan.IsEqual(nan)) << "NaN equals nothing, itself included";
-  EXPECT_EQ(p.clone(nan.fContainer), nan.fContainer) << "immutable: its own clone";
-  EXPECT_EQ(p.RefCount(nan.fContainer), 1u);
+  EXPECT_EQ(p.posObject.Clone(nan.Container()), nan.Container()) << "immutable: its own clone";
+  EXPECT_EQ(p.RefCount(nan.Container()), 1u);
   EXPECT_EQ(CPOSString::New("text").Get(), CPOSString::New("text").Get())
       << "equal texts share one C string";
   uint16_t units[] = {0x41, 0xD800, 0};
@@ -82,11 +82,11 @@ TEST_F(Values, LeavesAreTheirOwnClonesAndKeepTheirOwnCopies) {
 TEST_F(Values, HolesStayHolesAndMatchOnlyHoles) {
   CPOSArray holed = CPOSArray::New();
   CPOSNumber member = CPOSNumber::New(1);
-  p.arraySetAt(holed.fContainer, 2, member.fContainer);
+  p.posArray.SetAt(holed.Container(), 2, member.Container());
   CPOSArray copy(holed.Clone());
   EXPECT_EQ(copy.Count(), 3u);
-  EXPECT_EQ(p.arrayGetAt(copy.fContainer, 0), nullptr);
-  EXPECT_EQ(p.arrayGetAt(copy.fContainer, 2), member.fContainer);
+  EXPECT_EQ(p.posArray.GetAt(copy.Container(), 0), nullptr);
+  EXPECT_EQ(p.posArray.GetAt(copy.Container(), 2), member.Container());
   EXPECT_TRUE(holed.IsEqual(copy));
   CPOSObject filled = Parse("[1 1 1]");
   EXPECT_FALSE(holed.IsEqual(filled));
@@ -97,20 +97,20 @@ TEST_F(Values, HolesStayHolesAndMatchOnlyHoles) {
 TEST_F(Values, RawPointersReleaseOnceAtDeathAndAreAllEqual) {
   gReleaseCalls = 0;
   int target = 0;
-  MOXContainer pointer = p.Keep(p.newRawPointer(&target, &CountRelease));
-  MOXContainer null = p.Keep(p.newRawPointer(nullptr, &CountRelease));
-  MOXContainer bare = p.Keep(p.newRawPointer(nullptr, nullptr));
-  EXPECT_EQ(p.rawPointerGet(pointer), &target);
-  EXPECT_EQ(p.rawPointerReleaseProc(pointer), &CountRelease);
-  EXPECT_TRUE(p.isEqual(bare, pointer)) << "neither pointer nor procedure is compared";
-  EXPECT_EQ(p.clone(pointer), pointer) << "never duplicated";
-  p.containerRelease(null);
+  MOXContainer pointer = p.Keep(p.posRawPointer.NewPOSRawPointer(&target, &CountRelease));
+  MOXContainer null = p.Keep(p.posRawPointer.NewPOSRawPointer(nullptr, &CountRelease));
+  MOXContainer bare = p.Keep(p.posRawPointer.NewPOSRawPointer(nullptr, nullptr));
+  EXPECT_EQ(p.posRawPointer.GetRawPointer(pointer), &target);
+  EXPECT_EQ(p.posRawPointer.GetReleaseProc(pointer), &CountRelease);
+  EXPECT_TRUE(p.posObject.IsEqual(bare, pointer)) << "neither pointer nor procedure is compared";
+  EXPECT_EQ(p.posObject.Clone(pointer), pointer) << "never duplicated";
+  p.container.Release(null);
   EXPECT_EQ(gReleaseCalls, 1);
   EXPECT_EQ(gReleasedPointer, nullptr) << "a null pointer is released all the same";
-  p.containerRelease(pointer);
+  p.container.Release(pointer);
   EXPECT_EQ(gReleaseCalls, 2);
   EXPECT_EQ(gReleasedPointer, &target);
-  p.containerRelease(bare);
+  p.container.Release(bare);
   EXPECT_EQ(gReleaseCalls, 2);
 }
 
@@ -118,59 +118,59 @@ TEST_F(Values, RawPointersReleaseOnceAtDeathAndAreAllEqual) {
 // of another class is named, and the result is null, zero or false. Nothing
 // changes, and an unowned object handed in stays unowned.
 TEST_F(Values, BadHandlesReportAndGiveNeutralResults) {
-  MOXContainer n = p.Keep(p.newNumber(7));
-  MOXContainer array = p.Keep(p.newArray());
-  MOXContainer dict = p.Keep(p.newDict());
-  EXPECT_FALSE(p.isString(n));
-  EXPECT_FALSE(p.isNumber(nullptr));
+  MOXContainer n = p.Keep(p.posNumber.NewPOSNumber(7));
+  MOXContainer array = p.Keep(p.posArray.NewPOSArray());
+  MOXContainer dict = p.Keep(p.posDict.NewPOSDict());
+  EXPECT_FALSE(p.posString.IsPOSString(n));
+  EXPECT_FALSE(p.posNumber.IsPOSNumber(nullptr));
   EXPECT_EQ(TakeReports(), Reports{}) << "the class tests never report";
-  EXPECT_EQ(p.numberGet(nullptr), 0.0);
-  EXPECT_EQ(p.stringGet(n), nullptr);
-  EXPECT_EQ(p.binDataSize(n), 0u);
-  EXPECT_EQ(p.arrayGetAt(n, 0), nullptr);
-  EXPECT_EQ(p.newDictIterator(n), nullptr);
-  EXPECT_FALSE(p.iteratorIsDone(nullptr));
-  EXPECT_EQ(p.clone(nullptr), nullptr);
-  EXPECT_FALSE(p.isEqual(nullptr, n));
-  p.arrayAppend(array, nullptr);
+  EXPECT_EQ(p.posNumber.Get(nullptr), 0.0);
+  EXPECT_EQ(p.posString.Get(n), nullptr);
+  EXPECT_EQ(p.posBinData.GetSize(n), 0u);
+  EXPECT_EQ(p.posArray.GetAt(n, 0), nullptr);
+  EXPECT_EQ(p.posDictIterator.NewPOSDictIterator(n), nullptr);
+  EXPECT_FALSE(p.posDictIterator.IsDone(nullptr));
+  EXPECT_EQ(p.posObject.Clone(nullptr), nullptr);
+  EXPECT_FALSE(p.posObject.IsEqual(nullptr, n));
+  p.posArray.Append(array, nullptr);
   p.Put(dict, "k", nullptr);
-  p.dictPut(dict, nullptr, n);
+  p.posDict.Put(dict, nullptr, n);
   EXPECT_EQ(
       TakeReports(),
       (Reports{"instance was not an POSNumber", "instance was not an POSString",
                "instance was not an POSBinData", "instance was not an POSArray",
                "instance was not an POSDict", "invalid container", "invalid container",
                "invalid container", "invalid container", "invalid container", "null argument"}));
-  EXPECT_EQ(p.arrayCount(array), 0u);
+  EXPECT_EQ(p.posArray.Count(array), 0u);
   EXPECT_EQ(p.RefCount(n), 1u);
-  MOXContainer fresh = p.newString("unowned");
-  EXPECT_FALSE(p.isEqual(n, fresh));
-  p.debugDump(fresh);
+  MOXContainer fresh = p.posString.NewPOSString("unowned");
+  EXPECT_FALSE(p.posObject.IsEqual(n, fresh));
+  p.posStatics.DebugDump(fresh);
   EXPECT_EQ(p.RefCount(fresh), 0u) << "comparing or dumping leaves an unowned object unowned";
   p.Drop(fresh);
-  for (MOXContainer object : {n, array, dict}) p.containerRelease(object);
+  for (MOXContainer object : {n, array, dict}) p.container.Release(object);
 }
 
 TEST_F(Values, FailedConstructionsLeaveNothingAndReport) {
   moxhost::Runtime& rt = moxhost::Runtime::Get();
   rt.FailNthStringAtom(1);
-  EXPECT_EQ(p.newString("fresh atom"), nullptr);
+  EXPECT_EQ(p.posString.NewPOSString("fresh atom"), nullptr);
   rt.FailNthAllocation(1);
-  EXPECT_EQ(p.newNumber(1), nullptr) << "the object itself";
+  EXPECT_EQ(p.posNumber.NewPOSNumber(1), nullptr) << "the object itself";
   const uint16_t units[] = {0x41, 0};
   rt.FailNthAllocation(2);
-  EXPECT_EQ(p.newUnicode(units), nullptr) << "the block of units";
+  EXPECT_EQ(p.posUnicodeString.NewPOSUnicodeString(units), nullptr) << "the block of units";
   rt.FailNthStringAtom(1);
-  EXPECT_EQ(p.newBinData("fresh type", "x", 1), nullptr);
+  EXPECT_EQ(p.posBinData.NewPOSBinData("fresh type", "x", 1), nullptr);
   rt.ClearFaults();
   EXPECT_EQ(TakeReports(), Reports(4, std::bad_alloc().what()));
-  EXPECT_EQ(p.newString(nullptr), nullptr);
-  EXPECT_EQ(p.newUnicode(nullptr), nullptr);
-  EXPECT_EQ(p.newBinData("t", nullptr, 1), nullptr);
+  EXPECT_EQ(p.posString.NewPOSString(nullptr), nullptr);
+  EXPECT_EQ(p.posUnicodeString.NewPOSUnicodeString(nullptr), nullptr);
+  EXPECT_EQ(p.posBinData.NewPOSBinData("t", nullptr, 1), nullptr);
   EXPECT_EQ(TakeReports(), Reports(3, "null argument"));
   rt.HideInterface("MOXSharedBuffInterface");
   rt.RaiseUnregisterCounter();
-  EXPECT_EQ(p.newBinData("t", "x", 1), nullptr);
+  EXPECT_EQ(p.posBinData.NewPOSBinData("t", "x", 1), nullptr);
   rt.ClearFaults();
   EXPECT_EQ(TakeReports().size(), 1u) << "without shared buffers: reported, null";
   // The fixture checks that every count, the live-object count included, is

@@ -12,10 +12,10 @@
 
 #include "MOXUtils.h"
 #include "binding/client_streams.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 #include "pos/pos_client.h"
 #include "streamer/streamer_interface.h"
-#include "support/LiveCounts.h"
+#include "support/live_counts.h"
 
 namespace moxtest {
 
@@ -48,7 +48,7 @@ class StreamerTest : public ::testing::Test {
     moxhost::Runtime::Get().ClearFaults();
     before_ = moxhost::Runtime::Get().Counts();
     ASSERT_EQ(MOXUtilsInitialize(moxhost::Runtime::LookupProc()), 1u);
-    streamer_ = CMOXContainerRef(NPOSStreamerImpl::NewPOSStreamerEntry());
+    streamer_ = CMOXContainerRef(NPOSStreamerImpl::POSStreamerEntries::NewPOSStreamer());
     // One round trip of every form fills the method tables for good.
     {
       CPOSArray warm = CPOSArray::New();
@@ -69,11 +69,13 @@ class StreamerTest : public ::testing::Test {
 
   bool Serialize(const CMOXPositionableStreamRef& stream, const CPOSObject& object,
                  const char* version = nullptr) {
-    return NPOSStreamerImpl::SerializeEntry(streamer_.Get(), stream.Get(), object.Get(), version);
+    return NPOSStreamerImpl::POSStreamerEntries::Serialize(
+        streamer_.Container(), stream.Container(), object.Container(), version);
   }
   // The object read from `stream`, or an empty one when the read failed.
   CPOSObject Deserialize(const CMOXPositionableStreamRef& stream) {
-    MOXContainer object = NPOSStreamerImpl::DeserializeEntry(streamer_.Get(), stream.Get());
+    MOXContainer object = NPOSStreamerImpl::POSStreamerEntries::Deserialize(streamer_.Container(),
+                                                                            stream.Container());
     return object != nullptr ? CPOSObject(object) : CPOSObject();
   }
   // The bytes that Serialize gives for `object`.

@@ -1,0 +1,192 @@
+#include "atoms.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <new>
+#include <string_view>
+#include <vector>
+
+#include "faults.h"
+#include "MOXRuntimeProcs.h"
+#include "reports.h"
+#include "stats.h"
+
+namespace moxhost {
+namespace {
+
+using Atom = MOXStringAtomOpaque;
+
+class AtomTable {
+ public:
+  static AtomTable& Get() {
+    static AtomTable* table = new AtomTable;
+    return *table;
+  }
+
+  Atom* Intern(const char* text) {
+    const size_t length = std::strlen(text);
+    const size_t hash = std::hash<std::string_view>()(std::string_view(text, length));
+    Shard& shard = ShardOf(hash);
+    std::lock_guard<std::mutex> lock(shard.mu);
+    if (Atom* found = Lookup(shard, text, length, hash)) {
+      if (TryRetainLive(found)) return found;
+    }
+    Atom* atom = static_cast<Atom*>(std::malloc(sizeof(Atom) + length + 1));
+    if (atom == nullptr) return nullptr;
+    new (&atom->refs) std::atomic<int64_t>(1);
+    atom->hash = hash;
+    atom->length = length;
+    std::memcpy(atom->Text(), text, length + 1);
+    Insert(shard, atom);
+    Count(Counter::kAtoms, 1);
+    return atom;
+  }
+
+  Atom* Find(const char* text) {
+    const size_t length = std::strlen(text);
+    const size_t hash = std::hash<std::string_view>()(std::string_view(text, length));
+    Shard& shard = ShardOf(hash);
+    std::lock_guard<std::mutex> lock(shard.mu);
+    return Lookup(shard, text, length, hash);
+  }
+
+  void Release(Atom* atom) {
+    const int64_t before = atom->refs.fetch_sub(1, std::memory_order_acq_rel);
+    if (before > 1) return;
+    if (before < 1) {
+      ReportMisuse("DeleteStringAtom: atom \"%s\" released more often than referenced",
+                   atom->Text());
+      return;
+    }
+    // The count reached zero: nobody can find or revive the atom any more, so
+    // this thread alone unlinks and frees it.
+    Shard& shard = ShardOf(atom->hash);
+    {
+      std::lock_guard<std::mutex> lock(shard.mu);
+      Atom** link = &shard.buckets[atom->hash & (shard.buckets.size() - 1)];
+      while (*link != atom) link = &(*link)->next;
+      *link = atom->next;
+      --shard.size;
+    }
+    atom->refs.~atomic();
+    std::free(atom);
+    Count(Counter::kAtoms, -1);
+  }
+
+ private:
+  static constexpr size_t kShardCount = 64;
+  static constexpr size_t kInitialBuckets = 16;
+
+  struct alignas(64) Shard {
+    std::mutex mu;
+    std::vector<Atom*> buckets = std::vector<Atom*>(kInitialBuckets, nullptr);
+    size_t size = 0;
+  };
+
+  Shard& ShardOf(size_t hash) { return shards_[(hash >> 40) % kShardCount]; }
+
+  // The first live atom of this text; dying ones are skipped, and a new atom
+  // of the same text may be linked in front of them.
+  static Atom* Lookup(Shard& shard, const char* text, size_t length, size_t hash) {
+    for (Atom* atom = shard.buckets[hash & (shard.buckets.size() - 1)]; atom != nullptr;
+         atom = atom->next) {
+      if (atom->hash == hash && atom->length == length &&
+          std::memcmp(atom->Text(), text, length) == 0 &&
+          atom->refs.load(std::memory_order_acquire) > 0) {
+        return atom;
+      }
+    }
+    return nullptr;
+  }
+
+  static bool TryRetainLive(Atom* atom) {
+    int64_t refs = atom->refs.load(std::memory_order_relaxed);
+    while (refs > 0) {
+      if (atom->refs.compare_exchange_weak(refs, refs + 1, std::memory_order_relaxed)) return true;
+    }
+    return false;
+  }
+
+  static void Insert(Shard& shard, Atom* atom) {
+    if (shard.size >= shard.buckets.size()) Grow(shard);
+    Atom*& head = shard.buckets[atom->hash & (shard.buckets.size() - 1)];
+    atom->next = head;
+    head = atom;
+    ++shard.size;
+  }
+
+  static void Grow(Shard& shard) {
+    std::vector<Atom*> buckets(shard.buckets.size() * 2, nullptr);
+    for (Atom* atom : shard.buckets) {
+      while (atom != nullptr) {
+        Atom* next = atom->next;
+        Atom*& head = buckets[atom->hash & (buckets.size() - 1)];
+        atom->next = head;
+        head = atom;
+        atom = next;
+      }
+    }
+    shard.buckets.swap(buckets);
+  }
+
+  Shard shards_[kShardCount];
+};
+
+MOXStringAtom NewStringAtom(const char* text) {
+  if (text == nullptr) {
+    ReportMisuse("NewStringAtom: null text");
+    return nullptr;
+  }
+  if (ShouldFail(Fault::kStringAtom)) return nullptr;
+  return InternAtom(text);
+}
+
+void DeleteStringAtom(MOXStringAtom atom) {
+  ReleaseAtom(atom);
+}
+
+const char* GetCString(MOXStringAtom atom) {
+  return AtomText(atom);
+}
+
+MOXStringAtom AddRefStringAtom(MOXStringAtom atom) {
+  return RetainAtom(atom);
+}
+
+}  // namespace
+
+MOXStringAtom InternAtom(const char* text) {
+  return text != nullptr ? AtomTable::Get().Intern(text) : nullptr;
+}
+
+MOXStringAtom PermanentAtom(const char* text) {
+  MOXStringAtom atom = InternAtom(text);
+  if (atom == nullptr) {
+    std::fprintf(stderr, "moxhost: out of memory at start\n");
+    std::abort();
+  }
+  return atom;
+}
+
+void ReleaseAtom(MOXStringAtom atom) {
+  if (atom != nullptr) AtomTable::Get().Release(atom);
+}
+
+MOXStringAtom FindAtom(const char* text) {
+  return text != nullptr ? AtomTable::Get().Find(text) : nullptr;
+}
+
+InterfaceRows StringInterface() {
+  static const MethodRow rows[] = {
+      {"NewStringAtom", "MOXNewStringAtomProc", ProcAddress<MOXNewStringAtomProc>(NewStringAtom)},
+      {"DeleteStringAtom", "MOXDeleteStringAtomProc",
+       ProcAddress<MOXDeleteStringAtomProc>(DeleteStringAtom)},
+      {"GetCString", "MOXGetCStringProc", ProcAddress<MOXGetCStringProc>(GetCString)},
+      {"AddRef", "MOXAddRefStringAtomProc", ProcAddress<MOXAddRefStringAtomProc>(AddRefStringAtom)},
+  };
+  return {"MOXStringInterface", rows, sizeof rows / sizeof rows[0]};
+}
+
+}  // namespace moxhost
