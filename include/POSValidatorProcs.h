@@ -1,14 +1,15 @@
 /*
  * POSValidatorProcs.h: the structure validator, which checks a POS object
  * tree against a schema of named types and reports every fault as one line
- * of text with its full path.
+ * of text with its full path. Its two interfaces, in the order libMOXUtils
+ * registers them:
  *
- * Two interfaces, each defined once below by its name and its list of
- * methods in slot order, X(MethodName, ProcType):
- *
+ *   POSValidatorInterface        Validate
  *   POSStructValidatorInterface  NewPOSStructValidator, RegisterCallbackProc,
  *                                ValidateSchema
- *   POSValidatorInterface        Validate
+ *
+ * Each is defined once below by its name and its list of methods in slot
+ * order, X(Method, ProcType), as in POSProcs.h.
  *
  * A schema is a POSDict from type names to type definitions, usually written
  * in the text notation of CreateFromText:
@@ -22,15 +23,19 @@
  * of "MOXContainerInterface". A validator holds a counted reference to its
  * schema, not a copy: later changes to that POSDict are seen by later calls.
  *
- * Threads. Validate may run on one validator from any number of threads at
- * once, as long as nobody changes the schema or the value meanwhile.
- * RegisterCallbackProc must run alone: no other call on the same validator
- * beside it, and not from inside an error or callback procedure.
- *
  * Failures. NewPOSStructValidator, RegisterCallbackProc and Validate never
  * raise: a failure is sent to MOXReportError and the method returns null or
  * false. ValidateSchema deliberately has no such guard: its C++ exceptions
  * (std::exception and its kin) reach the caller, who must catch them.
+ *
+ * Threads: any method may be called from any thread while the library is
+ * started. A validator does not change while it validates, so any number of
+ * threads may call Validate on one validator at once, each with its own
+ * value, as long as nobody changes the schema or the values meanwhile (see
+ * POSProcs.h). RegisterCallbackProc changes the validator: it must run alone,
+ * with no other call on that validator beside it, and not from inside an
+ * error or callback procedure. Validators that share nothing may be used on
+ * different threads freely; ValidateSchema shares nothing between calls.
  */
 #ifndef MOXUTILS_POSVALIDATORPROCS_H_
 #define MOXUTILS_POSVALIDATORPROCS_H_
@@ -60,7 +65,30 @@ typedef void (*POSValidatorErrorProc)(const char* line);
 typedef uint32_t (*POSStructValidatorCallbackProc)(MOXContainer value, MOXStringAtom typeName,
                                                    MOXSharedBuff textBuffer, void* clientData);
 
-/* ---- POSStructValidatorInterface ---------------------------------------- */
+/* ---- "POSValidatorInterface" ------------------------------------------ */
+
+#define POS_VALIDATOR_INTERFACE_NAME "POSValidatorInterface"
+/* Methods of POSValidatorInterface in slot order: those of a validator's
+ * container. */
+#define POS_VALIDATOR_INTERFACE_METHODS(X) X(Validate, POSValidatorValidateProc)
+
+/* True when `value` satisfies the type `typeName` of the validator's schema.
+ * Otherwise false, and `errorProc`, when non-null, receives one line per
+ * fault, each with the path from `typeName` down to the fault. A failure of
+ * the walk itself is reported to MOXReportError, and the lines found so far
+ * are dropped. A handle that is not a validator is refused with "invalid
+ * container". */
+typedef bool (*POSValidatorValidateProc)(MOXContainer validator, MOXContainer value,
+                                         MOXStringAtom typeName, POSValidatorErrorProc errorProc);
+
+/* ---- "POSStructValidatorInterface" ------------------------------------ */
+
+#define POS_STRUCT_VALIDATOR_INTERFACE_NAME "POSStructValidatorInterface"
+/* Methods of POSStructValidatorInterface in slot order. */
+#define POS_STRUCT_VALIDATOR_INTERFACE_METHODS(X)                    \
+  X(NewPOSStructValidator, POSStructValidatorNewStructValidatorProc) \
+  X(RegisterCallbackProc, POSStructValidatorRegisterCallbackProc)    \
+  X(ValidateSchema, POSStructValidatorValidateSchemaProc)
 
 /* A new validator of `schema`, unowned; null on failure. The schema is not
  * checked: a malformed one shows in later Validate calls. A handle that is
@@ -78,25 +106,6 @@ typedef void (*POSStructValidatorRegisterCallbackProc)(MOXContainer validator,
  * check. Raises C++ exceptions instead of reporting them (see above). */
 typedef bool (*POSStructValidatorValidateSchemaProc)(MOXContainer schema,
                                                      POSValidatorErrorProc errorProc);
-
-#define POS_STRUCT_VALIDATOR_INTERFACE_NAME "POSStructValidatorInterface"
-#define POS_STRUCT_VALIDATOR_INTERFACE_METHODS(X)                    \
-  X(NewPOSStructValidator, POSStructValidatorNewStructValidatorProc) \
-  X(RegisterCallbackProc, POSStructValidatorRegisterCallbackProc)    \
-  X(ValidateSchema, POSStructValidatorValidateSchemaProc)
-
-/* ---- POSValidatorInterface ------------------------------------------------ */
-
-/* True when `value` satisfies the type `typeName` of the validator's schema.
- * Otherwise false, and `errorProc`, when non-null, receives one line per
- * fault, each with the path from `typeName` down to the fault. A failure of
- * the walk itself is reported to MOXReportError, and the lines found so far
- * are dropped. */
-typedef bool (*POSValidatorValidateProc)(MOXContainer validator, MOXContainer value,
-                                         MOXStringAtom typeName, POSValidatorErrorProc errorProc);
-
-#define POS_VALIDATOR_INTERFACE_NAME "POSValidatorInterface"
-#define POS_VALIDATOR_INTERFACE_METHODS(X) X(Validate, POSValidatorValidateProc)
 
 #ifdef __cplusplus
 } /* extern "C" */

@@ -45,7 +45,7 @@ CallbackMap::~CallbackMap() {
 const CallbackNode* CallbackMap::Find(const char* name) const {
   const CallbackNode* node = root;
   while (node != nullptr) {
-    const int order = std::strcmp(name, node->name.fCString);
+    const int order = std::strcmp(name, node->name.CString());
     if (order == 0) return node;
     node = order < 0 ? node->left : node->right;
   }
@@ -131,9 +131,9 @@ void CallbackMap::Insert(const CMOXStringHolder& name, POSStructValidatorCallbac
     // the name turns out to be there already.
     SplitOnTheWay(current);
     CallbackNode** link;
-    if (std::strcmp(fresh->name.fCString, current->name.fCString) < 0) {
+    if (std::strcmp(fresh->name.CString(), current->name.CString()) < 0) {
       link = &current->left;
-    } else if (std::strcmp(current->name.fCString, fresh->name.fCString) < 0) {
+    } else if (std::strcmp(current->name.CString(), fresh->name.CString()) < 0) {
       link = &current->right;
     } else {
       // The same name: the new node takes the old one's place and colour,

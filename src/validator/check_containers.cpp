@@ -114,25 +114,25 @@ int32_t StructValidator::CheckDict(const CPOSDict& schema, const CPOSDict& defin
     const CPOSObject member = dict.Get(key);
     bool seen = false;
     if (!keyType.IsEmpty()) {
-      check("%s (key, type != %s):", key.fCString, keyType.Get(), CPOSString::New(key.fCString));
+      check("%s (key, type != %s):", key.CString(), keyType.Get(), CPOSString::New(key.CString()));
       seen = true;
     }
     if (!valueType.IsEmpty()) {
-      check("%s (value, type != %s):", key.fCString, valueType.Get(), member);
+      check("%s (value, type != %s):", key.CString(), valueType.Get(), member);
     }
     CPOSString requiredType = namedIn(fRequired, key);
     if (!requiredType.IsEmpty()) {
-      check("%s (required, type != %s):", key.fCString, requiredType.Get(), member);
+      check("%s (required, type != %s):", key.CString(), requiredType.Get(), member);
       seen = true;
     }
     CPOSString optionalType = namedIn(fOptional, key);
     if (!optionalType.IsEmpty()) {
-      check("%s (optional, type != %s):", key.fCString, optionalType.Get(), member);
+      check("%s (optional, type != %s):", key.CString(), optionalType.Get(), member);
       seen = true;
     }
     if (!seen) {
       ++count;
-      errors.Append(FormatIntoPOSString("Unknown member %s", key.fCString));
+      errors.Append(FormatIntoPOSString("Unknown member %s", key.CString()));
     }
   }
   return count;

@@ -17,15 +17,15 @@ using MOX_T_MT::CPOSUnicodeString;
 BuiltinResult StructValidator::CheckBuiltinType(const CMOXStringHolder& typeName,
                                                 const CPOSObject& value,
                                                 const CPOSArray& errors) const {
-  const char* const name = typeName.fCString;
+  const char* const name = typeName.CString();
   // Checks one class; the line when the value is of another.
   auto expect = [&](bool isOfClass, const char* line) {
     if (isOfClass) return kBuiltinValid;
     AppendLine(errors, line);
     return kBuiltinInvalid;
   };
-  if (name == fAny.fCString) return kBuiltinValid;  // the value is not even looked at
-  if (name == fBool.fCString) {
+  if (name == fAny.CString()) return kBuiltinValid;  // the value is not even looked at
+  if (name == fBool.CString()) {
     CPOSNumber number(value, /*quiet=*/true);
     if (!number.IsEmpty()) {
       const double d = number.Get();
@@ -35,36 +35,36 @@ BuiltinResult StructValidator::CheckBuiltinType(const CMOXStringHolder& typeName
     if (!text.IsEmpty()) {
       // Case-sensitive: the atom of the text is one of the two keywords.
       CMOXStringHolder atom(text.Get());
-      return expect(atom.fCString == fTrue.fCString || atom.fCString == fFalse.fCString,
+      return expect(atom.CString() == fTrue.CString() || atom.CString() == fFalse.CString(),
                     "BOOL was not a valid string (true/false)");
     }
     return expect(false, "Expected BOOL was of invalid type");
   }
-  if (name == fInt.fCString) {
+  if (name == fInt.CString()) {
     CPOSNumber number(value, /*quiet=*/true);
     if (number.IsEmpty()) return expect(false, "Expected INT was of invalid type");
     const double d = number.Get();
     return expect(static_cast<double>(TruncateToInt32(d)) == d, "INT was not a whole number");
   }
-  if (name == fReal.fCString) {
+  if (name == fReal.CString()) {
     return expect(CPOSNumber::Is(value), "Expected REAL was of invalid type");
   }
-  if (name == fString.fCString) {
+  if (name == fString.CString()) {
     return expect(CPOSString::Is(value), "Expected STRING was of invalid type");
   }
-  if (name == fUnicodeString.fCString) {
+  if (name == fUnicodeString.CString()) {
     return expect(CPOSUnicodeString::Is(value), "Expected UNICODESTRING was of invalid type");
   }
-  if (name == fBinData.fCString) {
+  if (name == fBinData.CString()) {
     return expect(CPOSBinData::Is(value), "Expected BINDATA was of invalid type");
   }
-  if (name == fRawPtr.fCString) {
+  if (name == fRawPtr.CString()) {
     return expect(CPOSRawPointer::Is(value), "Expected RAWPTR was of invalid type");
   }
   // The three reference words accept any raw pointer, as "rawptr" does; only
   // the message differs.
-  if (name == fMOXObjRef.fCString || name == fCTBaseObjRef.fCString ||
-      name == fMOXErrorObjRef.fCString) {
+  if (name == fMOXObjRef.CString() || name == fCTBaseObjRef.CString() ||
+      name == fMOXErrorObjRef.CString()) {
     return expect(CPOSRawPointer::Is(value), "Expected OBJREF was of invalid type");
   }
   return kNotBuiltin;
@@ -77,36 +77,37 @@ int32_t StructValidator::CheckDefinedType(const CPOSDict& schema, const CMOXStri
   CPOSDict definition(schema.Get(typeName, /*quiet=*/true), /*quiet=*/true);
   if (definition.IsEmpty()) {
     errors.Append(
-        FormatIntoPOSString("Schema not applicable, no definition for %s", typeName.fCString));
+        FormatIntoPOSString("Schema not applicable, no definition for %s", typeName.CString()));
     return 1;
   }
   CPOSString categoryText(definition.Get(fCategory, /*quiet=*/true), /*quiet=*/true);
   if (categoryText.IsEmpty()) {
     CPOSString message =
-        FormatIntoPOSString("Malformed schema definition for %s, no category", typeName.fCString);
+        FormatIntoPOSString("Malformed schema definition for %s, no category", typeName.CString());
     throw TOVFormattedException(CMOXStringHolder(message.Get()));
   }
   const CMOXStringHolder category(categoryText.Get());
-  const char* const word = category.fCString;
+  const char* const word = category.CString();
 
-  const bool number = word == fInt.fCString || word == fReal.fCString;
-  const bool scalar = number || word == fString.fCString || word == fUnicodeString.fCString ||
-                      word == fBinData.fCString || word == fRawPtr.fCString ||
-                      word == fMOXObjRef.fCString || word == fCTBaseObjRef.fCString ||
-                      word == fMOXErrorObjRef.fCString;
+  const bool number = word == fInt.CString() || word == fReal.CString();
+  const bool scalar = number || word == fString.CString() || word == fUnicodeString.CString() ||
+                      word == fBinData.CString() || word == fRawPtr.CString() ||
+                      word == fMOXObjRef.CString() || word == fCTBaseObjRef.CString() ||
+                      word == fMOXErrorObjRef.CString();
   if (scalar) {
     // The class first: limits are never tested on a value of another class.
     if (CheckBuiltinType(category, value, errors) != kBuiltinValid) return 1;
     if (number) return CheckNumberLimits(definition, value, errors);
-    if (word == fString.fCString) return CheckStringLimits(definition, value, errors);
-    if (word == fUnicodeString.fCString) return CheckUnicodeStringLimits(definition, value, errors);
-    if (word == fBinData.fCString) return CheckBinDataLimits(definition, value, errors);
+    if (word == fString.CString()) return CheckStringLimits(definition, value, errors);
+    if (word == fUnicodeString.CString())
+      return CheckUnicodeStringLimits(definition, value, errors);
+    if (word == fBinData.CString()) return CheckBinDataLimits(definition, value, errors);
     return 0;
   }
-  if (word == fArray.fCString) return CheckArray(schema, definition, value, errors);
-  if (word == fDict.fCString) return CheckDict(schema, definition, value, errors);
-  if (word == fUnion.fCString) return CheckUnion(schema, definition, value, errors);
-  if (word == fIntersection.fCString) return CheckIntersection(schema, definition, value, errors);
+  if (word == fArray.CString()) return CheckArray(schema, definition, value, errors);
+  if (word == fDict.CString()) return CheckDict(schema, definition, value, errors);
+  if (word == fUnion.CString()) return CheckUnion(schema, definition, value, errors);
+  if (word == fIntersection.CString()) return CheckIntersection(schema, definition, value, errors);
   // "any", "bool" and "custom" included: they are names, not categories.
   throw TOVException("Unknown category in schema");
 }

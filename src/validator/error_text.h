@@ -37,7 +37,7 @@ void PrefixErrors(const MOX_T_MT::CPOSArray& destination, const MOX_T_MT::CPOSAr
 class TOVFormattedException : public TOVException {
  public:
   explicit TOVFormattedException(CMOXStringHolder text) noexcept
-      : TOVException(text.fCString), fText(static_cast<CMOXStringHolder&&>(text)) {}
+      : TOVException(text.CString()), fText(static_cast<CMOXStringHolder&&>(text)) {}
   TOVFormattedException(const TOVFormattedException& other) noexcept
       : TOVException(other), fText(other.fText) {}
   TOVFormattedException& operator=(const TOVFormattedException&) = delete;

@@ -30,8 +30,8 @@ const char* const kBuiltinNames[] = {
 CPOSObject ParseMetaSchema() {
   void** slots = MOX_T_MT::gPOSObjectStaticsClient.Refresh();
   if (slots == nullptr) return CPOSObject();
-  MOXContainer meta = MOX_T_MT::MOXProcAt<POSObjectCreateFromTextProc>(
-      slots, MOX_T_MT::kStaticsCreateFromText)(MetaSchemaText, nullptr);
+  MOXContainer meta =
+      MOXProcAt<MOX_T_MT::POSObjectStaticsSlots::CreateFromText>(slots)(MetaSchemaText, nullptr);
   if (meta == nullptr) throw POSException("CreateFromText failed");
   return CPOSObject(meta);
 }

@@ -1,10 +1,12 @@
 #include "validator/struct_validator.h"
 
+#include <cstring>
+
 #include "binding/container_ref.h"
 #include "binding/errors.h"
 #include "binding/host_wrappers.h"
+#include "binding/stack_guard.h"
 #include "binding/utils_names.h"
-#include "streamer/stack_guard.h"
 #include "validator/schema_check.h"
 
 namespace NPOSValidatorImpl {
@@ -23,11 +25,20 @@ StructValidator::StructValidator(const CPOSDict& schema, bool validateSchema)
   }
 }
 
-StructValidator* StructValidator::TryFromContainer(MOXContainer container) {
-  if (container == nullptr) return nullptr;
+BaseValidator* BaseValidator::Find(MOXContainer container) {
   void* instance = MOXFindInstance(container, gMOXUtilsNames->fValidatorImpl);
   if (instance == nullptr) return nullptr;
-  return dynamic_cast<StructValidator*>(static_cast<BaseValidator*>(instance));
+  // The second word of whatever stands there, read as bytes: the instance is
+  // not known to be a validator until the word says so.
+  uintptr_t tag;
+  std::memcpy(&tag, static_cast<const char*>(instance) + sizeof(void*), sizeof(tag));
+  if (tag != kMOXValidatorInstanceTag) return nullptr;
+  return static_cast<BaseValidator*>(instance);
+}
+
+StructValidator* StructValidator::TryFromContainer(MOXContainer container) {
+  if (container == nullptr) return nullptr;
+  return dynamic_cast<StructValidator*>(BaseValidator::Find(container));
 }
 
 StructValidator* StructValidator::FromContainer(MOXContainer container) {
@@ -66,7 +77,7 @@ int32_t StructValidator::CheckType(const CPOSDict& schema, const CMOXStringHolde
   // A schema may lead back to the same name on the same value (a union that
   // holds itself), and values may nest deeply: end the walk with an
   // exception while there is stack left to unwind through.
-  NPOSStreamerImpl::NTypeAImpl::CheckStackReserve();
+  MOX_T_MT::CheckStackReserve();
   switch (CheckBuiltinType(typeName, value, errors)) {
     case kBuiltinValid:
       return 0;
@@ -101,13 +112,13 @@ int32_t StructValidator::CheckCallback(const CMOXStringHolder& typeName, const C
   const CallbackNode* node;
   {
     CMOXStringHolder name(typeName);
-    node = fCallbacks.Find(name.fCString);
+    node = fCallbacks.Find(name.CString());
   }
   // Made for every name that gets here, whether a callback exists or not.
   CallbackTextBuffer text;
   char* address = static_cast<char*>(MOXSharedBuffProcs::GetBuffer(text.fBuffer));
   if (node != nullptr && node->proc != nullptr &&
-      node->proc(value.Get(), typeName.fAtom, text.fBuffer, node->clientData) == 0) {
+      node->proc(value.Container(), typeName.Atom(), text.fBuffer, node->clientData) == 0) {
     // A callback that filled the whole buffer still gives a terminated line.
     if (address != nullptr) address[CallbackTextBuffer::kCallbackTextSize - 1] = 0;
     errors.Append(CPOSString::New(address != nullptr ? address : ""));

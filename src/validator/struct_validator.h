@@ -20,6 +20,7 @@
 #include "POSValidatorProcs.h"
 #include "binding/client_base.h"
 #include "binding/string_holder.h"
+#include "binding/utils_names.h"
 #include "pos/pos_client.h"
 #include "pos/pos_object.h"
 #include "validator/callback_map.h"
@@ -39,6 +40,21 @@ class BaseValidator : public MOX_T_MT::CMOXClientBase {
   // `errorProc` (may be null) after the walk; exceptions leave to the caller.
   virtual bool Validate(const CPOSObject& value, const CMOXStringHolder& typeName,
                         POSValidatorErrorProc errorProc) const = 0;
+
+  // The validator behind `container`: null for a container with no instance
+  // under "POSValidatorImpl", and for one whose instance there is not a
+  // validator (a directory object). Reads the instance's tag word before
+  // anything else of it. What the runtime raises for a null or dead handle
+  // passes through.
+  static BaseValidator* Find(MOXContainer container);
+
+ protected:
+  BaseValidator() = default;
+  BaseValidator(const BaseValidator&) = default;
+
+ private:
+  // Right after the vtable pointer, where Find reads it (utils_names.h).
+  uintptr_t fInstanceTag = kMOXValidatorInstanceTag;
 };
 
 // The keywords of the schema language, one atom each, made in this order when
@@ -94,7 +110,7 @@ class StructValidator : public BaseValidator {
   StructValidator& operator=(const StructValidator&) = delete;
 
   // The validator behind `container`: null for a null handle or an instance
-  // of another kind. FromContainer raises "instance was not an
+  // of another kind, a directory object included. FromContainer raises "instance was not an
   // StructValidator" instead.
   static StructValidator* TryFromContainer(MOXContainer container);
   static StructValidator* FromContainer(MOXContainer container);

@@ -6,22 +6,11 @@ namespace NPOSValidatorImpl {
 
 namespace {
 
-// Client rows, generated from the interfaces' method lists.
-#define MOX_VALIDATOR_CLIENT_ROW(Method, ProcType) MOX_CLIENT_ROW(#Method, ProcType),
-constexpr MOXMethodRow kValidatorRows[] = {POS_VALIDATOR_INTERFACE_METHODS(MOX_VALIDATOR_CLIENT_ROW)
-                                               MOX_CLIENT_END_ROW};
-constexpr MOXMethodRow kStructValidatorRows[] = {
-    POS_STRUCT_VALIDATOR_INTERFACE_METHODS(MOX_VALIDATOR_CLIENT_ROW) MOX_CLIENT_END_ROW};
-#undef MOX_VALIDATOR_CLIENT_ROW
-static_assert(MOXRowCount(kValidatorRows) == kPOSValidatorMethodCount, "validator rows");
-static_assert(MOXRowCount(kStructValidatorRows) == kPOSStructValidatorMethodCount,
-              "struct validator rows");
-
 // Constant-initialised, so that its owner can link itself whatever the order
 // of static construction.
-MOX_T_MT::MOXVTabListGeneric gPOSValidatorList = {{nullptr, 0}, 0, kPOSValidatorMethodCount};
+MOX_T_MT::MOXVTabListGeneric gPOSValidatorList = {{nullptr, 0}, 0, POSValidatorSlots::kMethodCount};
 
-void* gStructValidatorSlots[kPOSStructValidatorMethodCount];
+void* gStructValidatorSlots[POSStructValidatorSlots::kMethodCount];
 
 }  // namespace
 }  // namespace NPOSValidatorImpl
@@ -44,17 +33,11 @@ CPOSValidatorTerminate gPOSValidatorTerminate;
 
 namespace NPOSValidatorImpl {
 
-MOXInterfaceTable gPOSStructValidatorTable(POS_STRUCT_VALIDATOR_INTERFACE_NAME,
-                                           kStructValidatorRows, MOXRowCount(kStructValidatorRows),
-                                           gStructValidatorSlots, /*onDemand=*/true);
+TMOXInterfaceTable<POSStructValidatorSlots::Slot> gPOSStructValidatorTable(
+    POS_STRUCT_VALIDATOR_INTERFACE_NAME, gStructValidatorSlots, /*onDemand=*/true);
 
 MOX_T_MT::MOXVTabListGeneric* POSValidatorVTabList() {
   return &gPOSValidatorList;
-}
-
-bool POSValidatorFetchMethods(MOXContainer container, bool quiet, void** procs) {
-  return MOX_T_MT::MOXFetchMethods(kValidatorRows, kPOSValidatorMethodCount, container, quiet,
-                                   procs);
 }
 
 }  // namespace NPOSValidatorImpl

@@ -23,27 +23,27 @@ CPOSDict SchemaOf(MOXContainer handle) {
 // A type name is needed by every lookup of the walk.
 CMOXStringHolder TypeNameOf(MOXStringAtom typeName) {
   if (typeName == nullptr) throw MOX_T_MT::POSException("null argument");
-  return CMOXStringHolder(typeName, /*adopt=*/false);
+  return CMOXStringHolder::Retain(typeName);
 }
 
-// Server rows, generated from the interfaces' method lists: method M is
-// served by MEntry.
-#define MOX_VALIDATOR_SERVER_ROW(Method, ProcType) \
-  MOX_SERVER_ROW(#Method, ProcType, &Method##Entry),
-const MOXServerRow kValidatorRows[] = {POS_VALIDATOR_INTERFACE_METHODS(MOX_VALIDATOR_SERVER_ROW)
-                                           MOX_SERVER_END_ROW};
-const MOXServerRow kStructValidatorRows[] = {
-    POS_STRUCT_VALIDATOR_INTERFACE_METHODS(MOX_VALIDATOR_SERVER_ROW) MOX_SERVER_END_ROW};
-#undef MOX_VALIDATOR_SERVER_ROW
+MOX_DEFINE_SERVER_INTERFACE(kPOSValidatorServerInterface, POS_VALIDATOR_INTERFACE_NAME,
+                            POSValidatorEntries, POS_VALIDATOR_INTERFACE_METHODS);
+MOX_DEFINE_SERVER_INTERFACE(kPOSStructValidatorServerInterface, POS_STRUCT_VALIDATOR_INTERFACE_NAME,
+                            POSStructValidatorEntries, POS_STRUCT_VALIDATOR_INTERFACE_METHODS);
+
+const MOXServerInterface* const kRegistered[] = {&kPOSValidatorServerInterface,
+                                                 &kPOSStructValidatorServerInterface};
+const MOXServerInterface* const kUnregistered[] = {&kPOSStructValidatorServerInterface,
+                                                   &kPOSValidatorServerInterface};
 
 }  // namespace
 
-const MOXServerInterface kPOSValidatorServerInterface = {
-    POS_VALIDATOR_INTERFACE_NAME, kValidatorRows, MOXRowCount(kValidatorRows)};
-const MOXServerInterface kPOSStructValidatorServerInterface = {
-    POS_STRUCT_VALIDATOR_INTERFACE_NAME, kStructValidatorRows, MOXRowCount(kStructValidatorRows)};
+const MOXLayerInterfaces kPOSValidatorLayerInterfaces =
+    MOXMakeLayerInterfaces(kRegistered, kUnregistered);
 
-MOXContainer NewPOSStructValidatorEntry(MOXContainer schema) {
+namespace POSStructValidatorEntries {
+
+MOXContainer NewPOSStructValidator(MOXContainer schema) {
   return EntryGuard<MOXContainer>([&] {
     const CPOSDict holder = SchemaOf(schema);
     // The schema is taken on trust; a fault in it shows at Validate.
@@ -54,31 +54,40 @@ MOXContainer NewPOSStructValidatorEntry(MOXContainer schema) {
   });
 }
 
-void RegisterCallbackProcEntry(MOXContainer validator, MOXStringAtom typeName,
-                               POSStructValidatorCallbackProc proc, void* clientData) {
+void RegisterCallbackProc(MOXContainer validator, MOXStringAtom typeName,
+                          POSStructValidatorCallbackProc proc, void* clientData) {
   EntryGuardVoid([&] {
     const CMOXStringHolder name = TypeNameOf(typeName);
     StructValidator* instance = StructValidator::TryFromContainer(validator);
-    // Outside the contract, but refused rather than followed.
+    // Outside the contract (a handle of another kind, a directory object
+    // among them), but refused rather than followed.
     if (instance == nullptr) MOXThrowInvalidContainer();
     instance->RegisterCallback(name, proc, clientData);
   });
 }
 
-bool ValidateSchemaEntry(MOXContainer schema, POSValidatorErrorProc errorProc) {
+bool ValidateSchema(MOXContainer schema, POSValidatorErrorProc errorProc) {
   // No guard: what goes wrong here reaches the caller as an exception.
   return ValidateSchemaAgainstMeta(SchemaOf(schema), errorProc);
 }
 
-bool ValidateEntry(MOXContainer validator, MOXContainer value, MOXStringAtom typeName,
-                   POSValidatorErrorProc errorProc) {
+}  // namespace POSStructValidatorEntries
+
+namespace POSValidatorEntries {
+
+bool Validate(MOXContainer validator, MOXContainer value, MOXStringAtom typeName,
+              POSValidatorErrorProc errorProc) {
   return EntryGuard<bool>([&] {
-    void* instance = MOXFindInstance(validator, gMOXUtilsNames->fValidatorImpl);
+    // A directory object shares the validators' instance name; it is refused
+    // here like any other handle that is not a validator.
+    const BaseValidator* instance = BaseValidator::Find(validator);
     if (instance == nullptr) MOXThrowInvalidContainer();
     const CMOXStringHolder name = TypeNameOf(typeName);
     const CPOSObject object(value);
-    return static_cast<const BaseValidator*>(instance)->Validate(object, name, errorProc);
+    return instance->Validate(object, name, errorProc);
   });
 }
+
+}  // namespace POSValidatorEntries
 
 }  // namespace NPOSValidatorImpl

@@ -1,4 +1,4 @@
-// "POSStructValidatorInterface" and "POSValidatorInterface": the validator as
+// "POSValidatorInterface" and "POSStructValidatorInterface": the validator as
 // the runtime offers it to every component (include/POSValidatorProcs.h).
 //
 // NewPOSStructValidator, RegisterCallbackProc and Validate report a failure
@@ -13,17 +13,25 @@
 
 namespace NPOSValidatorImpl {
 
-// The two tables, each with its rows in slot order.
-extern const MOXServerInterface kPOSValidatorServerInterface;
-extern const MOXServerInterface kPOSStructValidatorServerInterface;
+// The validator's two interfaces, their tables generated from
+// POS_VALIDATOR_INTERFACE_METHODS and POS_STRUCT_VALIDATOR_INTERFACE_METHODS.
+// Registered "POSValidatorInterface" first, since the validators that
+// "POSStructValidatorInterface" makes are containers of it; unregistered in
+// the reverse order.
+extern const MOXLayerInterfaces kPOSValidatorLayerInterfaces;
 
-// The methods themselves.
-MOXContainer NewPOSStructValidatorEntry(MOXContainer schema);
-void RegisterCallbackProcEntry(MOXContainer validator, MOXStringAtom typeName,
-                               POSStructValidatorCallbackProc proc, void* clientData);
-bool ValidateSchemaEntry(MOXContainer schema, POSValidatorErrorProc errorProc);
-bool ValidateEntry(MOXContainer validator, MOXContainer value, MOXStringAtom typeName,
-                   POSValidatorErrorProc errorProc);
+// The methods themselves, named after them, one namespace per interface.
+namespace POSValidatorEntries {
+bool Validate(MOXContainer validator, MOXContainer value, MOXStringAtom typeName,
+              POSValidatorErrorProc errorProc);
+}  // namespace POSValidatorEntries
+
+namespace POSStructValidatorEntries {
+MOXContainer NewPOSStructValidator(MOXContainer schema);
+void RegisterCallbackProc(MOXContainer validator, MOXStringAtom typeName,
+                          POSStructValidatorCallbackProc proc, void* clientData);
+bool ValidateSchema(MOXContainer schema, POSValidatorErrorProc errorProc);
+}  // namespace POSStructValidatorEntries
 
 }  // namespace NPOSValidatorImpl
 

@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "blackbox/pos_procs.h"
-#include "moxhost/Runtime.h"
-#include "support/LiveCounts.h"
+#include "moxhost/runtime.h"
+#include "support/live_counts.h"
 
 namespace moxtest {
 namespace {
@@ -50,10 +50,10 @@ void CollectLine(const char* line) {
 const POSProcs* gProcs = nullptr;
 // A client check of "Family": only installed families pass.
 uint32_t FamilyInstalled(MOXContainer value, MOXStringAtom, MOXSharedBuff buffer, void*) {
-  const std::string family = gProcs->stringGet(value);
+  const std::string family = gProcs->posString.Get(value);
   if (family != "Book Serif") return 1;
-  std::snprintf(static_cast<char*>(gProcs->sharedBufferText(buffer)),
-                gProcs->sharedBufferSize(buffer), "%s is not installed", family.c_str());
+  std::snprintf(static_cast<char*>(gProcs->sharedBuffer.GetBuffer(buffer)),
+                gProcs->sharedBuffer.GetSize(buffer), "%s is not installed", family.c_str());
   return 0;
 }
 
@@ -90,28 +90,28 @@ TEST_F(ForeignValidation, ChecksATreeReadFromATypeAStream) {
 
   // 1. The tree, from the file.
   MOXContainer stream = nullptr;
-  ASSERT_EQ(p.newFileStream(&stream, path, "rb"), nullptr);
+  ASSERT_EQ(p.streamFactory.NewPositionableFileStream(&stream, path, "rb"), nullptr);
   p.Keep(stream);
-  MOXContainer streamer = p.Keep(p.newStreamer());
-  MOXContainer tree = p.Keep(p.deserialize(streamer, stream));
+  MOXContainer streamer = p.Keep(p.posStreamer.NewPOSStreamer());
+  MOXContainer tree = p.Keep(p.posStreamer.Deserialize(streamer, stream));
   ASSERT_NE(tree, nullptr) << ::testing::PrintToString(Runtime::Get().Reports());
   // 2. The schema, well formed, and a validator of it with a client check.
-  MOXContainer schema = p.Keep(p.createFromText(kSchema, nullptr));
+  MOXContainer schema = p.Keep(p.posStatics.CreateFromText(kSchema, nullptr));
   ASSERT_NE(schema, nullptr);
   gLines.clear();
-  EXPECT_TRUE(p.validateSchema(schema, &CollectLine));
+  EXPECT_TRUE(p.posStructValidator.ValidateSchema(schema, &CollectLine));
   EXPECT_EQ(gLines, Strings{});
-  MOXContainer validator = p.newStructValidator(schema);
+  MOXContainer validator = p.posStructValidator.NewPOSStructValidator(schema);
   ASSERT_NE(validator, nullptr);
   EXPECT_EQ(p.RefCount(validator), 0u) << "a new validator is unowned";
   p.Keep(validator);
-  MOXStringAtom family = p.newAtom("Family");
-  p.registerCallback(validator, family, &FamilyInstalled, nullptr);
-  p.deleteAtom(family);
+  MOXStringAtom family = p.string.NewStringAtom("Family");
+  p.posStructValidator.RegisterCallbackProc(validator, family, &FamilyInstalled, nullptr);
+  p.string.DeleteStringAtom(family);
 
   // 3. Every fault, one line each with its path, after the walk.
-  MOXStringAtom settings = p.newAtom("Settings");
-  EXPECT_FALSE(p.validate(validator, tree, settings, &CollectLine));
+  MOXStringAtom settings = p.string.NewStringAtom("Settings");
+  EXPECT_FALSE(p.posValidator.Validate(validator, tree, settings, &CollectLine));
   EXPECT_EQ(gLines,
             (Strings{"fonts (required, type != Fonts): [0]: family (required, type != Family): "
                      "Book Serif is not installed",
@@ -123,17 +123,17 @@ TEST_F(ForeignValidation, ChecksATreeReadFromATypeAStream) {
                      "below mininum value 0.000000"}));
   // A tree that is right passes in silence.
   gLines.clear();
-  MOXContainer good = p.Keep(p.createFromText(
+  MOXContainer good = p.Keep(p.posStatics.CreateFromText(
       "< name n window < width 1 height 2 > fonts [ < family Mono size 9 > ] >", nullptr));
-  EXPECT_TRUE(p.validate(validator, good, settings, &CollectLine));
+  EXPECT_TRUE(p.posValidator.Validate(validator, good, settings, &CollectLine));
   EXPECT_EQ(gLines, Strings{});
   // 4. Failures come back as a report and false.
-  EXPECT_FALSE(p.validate(tree, tree, settings, &CollectLine));
+  EXPECT_FALSE(p.posValidator.Validate(tree, tree, settings, &CollectLine));
   EXPECT_EQ(Runtime::Get().Reports(), Strings{"invalid container"});
-  p.deleteAtom(settings);
+  p.string.DeleteStringAtom(settings);
 
   for (MOXContainer object : {good, validator, schema, tree, streamer, stream}) {
-    p.containerRelease(object);
+    p.container.Release(object);
   }
   unlink(path);
 }

@@ -70,8 +70,8 @@ class Callbacks : public ValidatorTest {
 
   void Register(const char* type, ClientCheck* check,
                 POSStructValidatorCallbackProc proc = &RunCheck) {
-    NPOSValidatorImpl::RegisterCallbackProcEntry(validator_.Get(), CMOXStringHolder(type).fAtom,
-                                                 proc, check);
+    StructEntries::RegisterCallbackProc(validator_.Container(), CMOXStringHolder(type).Atom(), proc,
+                                        check);
   }
   // One Validate through the entry: the lines, or "invalid" when there were
   // none, and the reports.
@@ -143,7 +143,7 @@ TEST_F(Callbacks, ALaterRegistrationReplacesTheEarlierOne) {
   Register("Item", &first);
   Register("Item", &second);
   const NPOSValidatorImpl::CallbackNode* root =
-      StructValidator::TryFromContainer(validator_.Get())->Callbacks().root;
+      StructValidator::TryFromContainer(validator_.Container())->Callbacks().root;
   ASSERT_NE(root, nullptr);
   EXPECT_TRUE(root->left == nullptr && root->right == nullptr);
   EXPECT_EQ(root->clientData, &second);
@@ -167,8 +167,8 @@ TEST_F(Callbacks, FailuresOfClientProceduresEndTheCall) {
     CollectLine(line);
     throw std::runtime_error("sink full");
   };
-  EXPECT_FALSE(NPOSValidatorImpl::ValidateEntry(validator_.Get(), Parse("[ a b ]").Get(),
-                                                CMOXStringHolder("List").fAtom, raisingSink));
+  EXPECT_FALSE(ValidatorEntries::Validate(validator_.Container(), Parse("[ a b ]").Container(),
+                                          CMOXStringHolder("List").Atom(), raisingSink));
   tLineSink = nullptr;
   EXPECT_EQ(lines.size(), 1u);
   EXPECT_EQ(TakeReports(), Lines{"sink full"});
@@ -190,7 +190,7 @@ TEST_F(Callbacks, ManyNamesKeepOneNodeEach) {
   }
   using Node = NPOSValidatorImpl::CallbackNode;
   const NPOSValidatorImpl::CallbackMap& map =
-      StructValidator::TryFromContainer(validator_.Get())->Callbacks();
+      StructValidator::TryFromContainer(validator_.Container())->Callbacks();
   Lines inOrder;
   bool shapeHolds = map.root->colour == 1;
   auto red = [](const Node* node) { return node != nullptr && node->colour == 0; };
@@ -200,7 +200,7 @@ TEST_F(Callbacks, ManyNamesKeepOneNodeEach) {
     shapeHolds &= node->parent == parent && node->clientData == &checks.back();
     shapeHolds &= !(red(node) && (red(node->left) || red(node->right)));
     const int left = walk(node->left, node);
-    inOrder.push_back(node->name.fCString);
+    inOrder.push_back(node->name.CString());
     const int right = walk(node->right, node);
     shapeHolds &= left == right;
     return left + (red(node) ? 0 : 1);

@@ -155,8 +155,9 @@ TEST_F(ValidatorTest, EveryAllocationOfAFailingValidationMayFail) {
                              [&] {
                                Outcome o;
                                tLineSink = &o.lines;
-                               o.valid = NPOSValidatorImpl::ValidateEntry(
-                                   validator.Get(), value.Get(), doc.fAtom, &CollectLine);
+                               o.valid = ValidatorEntries::Validate(validator.Container(),
+                                                                    value.Container(), doc.Atom(),
+                                                                    &CollectLine);
                                tLineSink = nullptr;
                                o.reports = TakeReports();
                                // The value and the schema are only read: a

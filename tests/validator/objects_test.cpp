@@ -2,7 +2,9 @@
 // the client tables of its two interfaces.
 #include <functional>
 
+#include "binding/container_ref.h"
 #include "binding/errors.h"
+#include "binding/utils_names.h"
 #include "validator/schema_check.h"
 #include "validator/validator_client.h"
 #include "validator/validator_fixture.h"
@@ -10,17 +12,15 @@
 namespace moxtest {
 namespace {
 
-using NPOSValidatorImpl::ValidateEntry;
-
 uint32_t RefCount(const CMOXContainerRef& object) {
   auto countAddr = reinterpret_cast<MOXGetRefCountAddrProc>(moxhost::Runtime::LookupProc()(
       "MOXContainerInterface", "DebugGetRefCountAddr", "MOXGetRefCountAddrProc"));
-  return *countAddr(object.Get());
+  return *countAddr(object.Container());
 }
 
 TEST_F(ValidatorTest, AValidatorHoldsItsSchemaNotACopy) {
   CPOSDict schema(Parse("< A < category int > >"));
-  MOXContainer fresh = NPOSValidatorImpl::NewPOSStructValidatorEntry(schema.fContainer);
+  MOXContainer fresh = StructEntries::NewPOSStructValidator(schema.Container());
   CMOXContainerRef validator(fresh);
   EXPECT_EQ(RefCount(validator), 1u) << "the validator came back unowned";
   StructValidator* instance = StructValidator::TryFromContainer(fresh);
@@ -52,23 +52,27 @@ TEST_F(ValidatorTest, HandlesOfAnotherKindAreRefused) {
     std::function<void()> call;
     const char* report;
   } cases[] = {
-      {[&] { EXPECT_EQ(NPOSValidatorImpl::NewPOSStructValidatorEntry(nullptr), nullptr); },
+      {[&] { EXPECT_EQ(StructEntries::NewPOSStructValidator(nullptr), nullptr); },
        "invalid container"},
-      {[&] { EXPECT_FALSE(ValidateEntry(dict.Get(), dict.Get(), any.fAtom, nullptr)); },
-       "invalid container"},
-      {[&] { EXPECT_FALSE(ValidateEntry(validator.Get(), dict.Get(), nullptr, nullptr)); },
-       "null argument"},
       {[&] {
-         NPOSValidatorImpl::RegisterCallbackProcEntry(dict.Get(), any.fAtom, nullptr, nullptr);
+         EXPECT_FALSE(
+             ValidatorEntries::Validate(dict.Container(), dict.Container(), any.Atom(), nullptr));
        },
        "invalid container"},
       {[&] {
-         NPOSValidatorImpl::RegisterCallbackProcEntry(validator.Get(), nullptr, nullptr, nullptr);
+         EXPECT_FALSE(
+             ValidatorEntries::Validate(validator.Container(), dict.Container(), nullptr, nullptr));
+       },
+       "null argument"},
+      {[&] { StructEntries::RegisterCallbackProc(dict.Container(), any.Atom(), nullptr, nullptr); },
+       "invalid container"},
+      {[&] {
+         StructEntries::RegisterCallbackProc(validator.Container(), nullptr, nullptr, nullptr);
        },
        "null argument"},
       {[&] {
          try {
-           StructValidator::FromContainer(dict.Get());
+           StructValidator::FromContainer(dict.Container());
          } catch (const std::exception& e) {
            MOXReportErrorText(e.what());
          }
@@ -79,6 +83,40 @@ TEST_F(ValidatorTest, HandlesOfAnotherKindAreRefused) {
     c.call();
     EXPECT_EQ(TakeReports(), Lines{c.report});
   }
+}
+
+// Another kind of object made under the validators' own instance and
+// interface names, as directory objects are: a plain record of two words, an
+// atom and its text, with no vtable.
+struct TwoWordRecord {
+  MOXStringAtom path;
+  const char* text;
+};
+
+void DeleteTwoWordRecord(void* instance) {
+  auto* record = static_cast<TwoWordRecord*>(instance);
+  MOXString::DeleteStringAtom(record->path);
+  MOXMemory::Free(record);
+}
+
+TEST_F(ValidatorTest, AnInstanceUnderTheValidatorsNameThatIsNoValidatorIsRefused) {
+  auto* record = static_cast<TwoWordRecord*>(MOXMemory::AllocOrThrow(sizeof(TwoWordRecord)));
+  record->path = MOXString::NewStringAtom("/tmp");
+  record->text = MOXString::GetCString(record->path);
+  const CMOXContainerRef other(MOXNewFullContainer(record, gMOXUtilsNames->fValidatorImpl,
+                                                   &DeleteTwoWordRecord,
+                                                   gMOXUtilsNames->fValidatorInterface));
+  ASSERT_EQ(MOXFindInstance(other.Container(), gMOXUtilsNames->fValidatorImpl), record);
+  const CPOSObject value = Parse("1");
+  const CMOXStringHolder any("any");
+  EXPECT_FALSE(
+      ValidatorEntries::Validate(other.Container(), value.Container(), any.Atom(), &CollectLine));
+  StructEntries::RegisterCallbackProc(other.Container(), any.Atom(), nullptr, nullptr);
+  EXPECT_EQ(TakeReports(), (Lines{"invalid container", "invalid container"}));
+  EXPECT_EQ(StructValidator::TryFromContainer(other.Container()), nullptr);
+  // The record is untouched, and a validator is still found as one.
+  EXPECT_STREQ(record->text, "/tmp");
+  EXPECT_TRUE(Validate(NewValidator("< >"), "any", value, nullptr));
 }
 
 TEST_F(ValidatorTest, ASchemaCheckCanBeAskedOfTheConstructor) {
@@ -95,28 +133,26 @@ TEST_F(ValidatorTest, ASchemaCheckCanBeAskedOfTheConstructor) {
 
 TEST_F(ValidatorTest, ClientTablesReachTheRegisteredMethods) {
   CMOXContainerRef validator = NewValidator("< >");
-  void** procs = NPOSValidatorImpl::POSValidatorLookupProcTable(validator.Get());
+  void** procs = NPOSValidatorImpl::POSValidatorLookupProcTable(validator.Container());
   ASSERT_NE(procs, nullptr);
-  EXPECT_EQ(procs, NPOSValidatorImpl::POSValidatorLookupProcTable(validator.Get()))
+  EXPECT_EQ(procs, NPOSValidatorImpl::POSValidatorLookupProcTable(validator.Container()))
       << "one entry per signature";
-  auto validate =
-      reinterpret_cast<POSValidatorValidateProc>(procs[NPOSValidatorImpl::kValidateSlot]);
-  EXPECT_EQ(validate, &ValidateEntry);
-  EXPECT_FALSE(validate(validator.Get(), CPOSNumber::New(1).fContainer,
-                        CMOXStringHolder("string").fAtom, nullptr));
+  auto validate = MOXProcAt<NPOSValidatorImpl::POSValidatorSlots::Validate>(procs);
+  EXPECT_EQ(validate, &ValidatorEntries::Validate);
+  EXPECT_FALSE(validate(validator.Container(), CPOSNumber::New(1).Container(),
+                        CMOXStringHolder("string").Atom(), nullptr));
 
-  void** slots = NPOSValidatorImpl::gPOSStructValidatorTable.Get();
+  namespace Slots = NPOSValidatorImpl::POSStructValidatorSlots;
+  auto& table = NPOSValidatorImpl::gPOSStructValidatorTable;
+  void** slots = table.Get();
   ASSERT_NE(slots, nullptr);
-  EXPECT_EQ(slots[NPOSValidatorImpl::kNewPOSStructValidatorSlot],
-            reinterpret_cast<void*>(&NPOSValidatorImpl::NewPOSStructValidatorEntry));
-  EXPECT_EQ(slots[NPOSValidatorImpl::kRegisterCallbackProcSlot],
-            reinterpret_cast<void*>(&NPOSValidatorImpl::RegisterCallbackProcEntry));
-  EXPECT_EQ(slots[NPOSValidatorImpl::kValidateSchemaSlot],
-            reinterpret_cast<void*>(&NPOSValidatorImpl::ValidateSchemaEntry));
+  EXPECT_EQ(table.Proc<Slots::NewPOSStructValidator>(), &StructEntries::NewPOSStructValidator);
+  EXPECT_EQ(table.Proc<Slots::RegisterCallbackProc>(), &StructEntries::RegisterCallbackProc);
+  EXPECT_EQ(table.Proc<Slots::ValidateSchema>(), &StructEntries::ValidateSchema);
   // Stale after an unregistration, and found again.
   moxhost::Runtime::Get().RaiseUnregisterCounter();
-  EXPECT_FALSE(NPOSValidatorImpl::gPOSStructValidatorTable.IsCurrent());
-  EXPECT_EQ(NPOSValidatorImpl::gPOSStructValidatorTable.Get(), slots);
+  EXPECT_FALSE(table.IsCurrent());
+  EXPECT_EQ(table.Get(), slots);
   EXPECT_EQ(TakeReports(), Lines{});
   // The validator signature keeps its method table until the stop.
   validator = CMOXContainerRef();

@@ -110,7 +110,7 @@ TEST_F(ValidatorTest, SchemaChecksKnowTheBuiltinNamesAndTheSchemasOwnKeysOnly) {
   const char* const uses = "< B < category array membertype A > >";
   EXPECT_TRUE(ValidateSchema("< A < category int > B < category array membertype A > >").valid);
   EXPECT_FALSE(ValidateSchema(uses).valid);
-  EXPECT_FALSE(NPOSValidatorImpl::ValidateSchemaEntry(Parse(uses).Get(), nullptr));
+  EXPECT_FALSE(StructEntries::ValidateSchema(Parse(uses).Container(), nullptr));
   EXPECT_EQ(TakeReports(), Lines{});
   // A name of zero length fails its shape; its existence is not asked.
   const Outcome empty = ValidateSchema("< A < category array membertype () > >");
@@ -185,7 +185,8 @@ TEST_F(ValidatorTest, TheNameCallbackWritesWhatFitsItsBuffer) {
     if (c.size > 0) text[c.size - 1] = 0;
     CPOSObject value = std::strcmp(c.value, "7") == 0 ? CPOSObject(CPOSNumber::New(7))
                                                       : CPOSObject(CPOSString::New(c.value));
-    EXPECT_EQ(NPOSValidatorImpl::TypeNameExists(value.Get(), nullptr, buffer, &names), c.result);
+    EXPECT_EQ(NPOSValidatorImpl::TypeNameExists(value.Container(), nullptr, buffer, &names),
+              c.result);
     if (c.text != nullptr) {
       EXPECT_STREQ(text, c.text);
     }

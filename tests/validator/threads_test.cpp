@@ -29,8 +29,8 @@ TEST_F(ValidatorTest, ManyThreadsOnOneValidatorGetTheLinesOfOne) {
       "  Name < category string minlen 2 >"
       "  Point < category dict required < x real > optional < y Small > >"
       "  Small < category int max 9 > >");
-  NPOSValidatorImpl::RegisterCallbackProcEntry(validator.Get(), CMOXStringHolder("Name").fAtom,
-                                               &RejectZZ, nullptr);
+  StructEntries::RegisterCallbackProc(validator.Container(), CMOXStringHolder("Name").Atom(),
+                                      &RejectZZ, nullptr);
   const std::vector<CPOSObject> values = {
       Parse("< list [ 5 a zz ] point < x 1 y 12 z 3 > >"),
       Parse("< list [ 1 2 bc ] >"),

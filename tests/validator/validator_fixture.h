@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "MOXUtils.h"
-#include "moxhost/Runtime.h"
+#include "moxhost/runtime.h"
 #include "pos/pos_client.h"
-#include "support/LiveCounts.h"
+#include "support/live_counts.h"
 #include "validator/struct_validator.h"
 #include "validator/validator_interface.h"
 
@@ -23,6 +23,8 @@ namespace moxtest {
 
 using namespace MOX_T_MT;
 using NPOSValidatorImpl::StructValidator;
+namespace StructEntries = NPOSValidatorImpl::POSStructValidatorEntries;
+namespace ValidatorEntries = NPOSValidatorImpl::POSValidatorEntries;
 using Lines = std::vector<std::string>;
 
 // Where CollectLine puts the lines of the calling thread.
@@ -104,7 +106,7 @@ class ValidatorTest : public ::testing::Test {
       CPOSArray array = CPOSArray::New();
       reinterpret_cast<POSArraySetAtProc>(
           moxhost::Runtime::LookupProc()("POSArrayInterface", "SetAt", "POSArraySetAtProc"))(
-          array.fContainer, 1, CPOSNumber::New(1).fContainer);
+          array.Container(), 1, CPOSNumber::New(1).Container());
       return array;
     }
     if (text.rfind("@bin:", 0) == 0) {
@@ -119,7 +121,7 @@ class ValidatorTest : public ::testing::Test {
 
   // A validator of the schema `text`, made through its entry point.
   static CMOXContainerRef NewValidator(const std::string& text) {
-    return CMOXContainerRef(NPOSValidatorImpl::NewPOSStructValidatorEntry(Parse(text).Get()));
+    return CMOXContainerRef(StructEntries::NewPOSStructValidator(Parse(text).Container()));
   }
 
   // Walks `value` against `type`: once through CheckType for the count, once
@@ -127,10 +129,9 @@ class ValidatorTest : public ::testing::Test {
   // which the entry refuses, goes to the validator itself).
   static Outcome Run(const std::string& schema, const std::string& type, const CPOSObject& value) {
     const CPOSDict dict(Parse(schema));
-    const CMOXContainerRef validator(
-        NPOSValidatorImpl::NewPOSStructValidatorEntry(dict.fContainer));
+    const CMOXContainerRef validator(StructEntries::NewPOSStructValidator(dict.Container()));
     const CMOXStringHolder name(type.c_str());
-    const StructValidator* instance = StructValidator::TryFromContainer(validator.Get());
+    const StructValidator* instance = StructValidator::TryFromContainer(validator.Container());
     Outcome o;
     try {
       o.count = instance->CheckType(dict, name, value, CPOSArray::New());
@@ -174,8 +175,9 @@ class ValidatorTest : public ::testing::Test {
                        const CPOSObject& value, Lines* lines) {
     tLineSink = lines;
     const CMOXStringHolder name(type.c_str());
-    const bool valid = NPOSValidatorImpl::ValidateEntry(validator.Get(), value.Get(), name.fAtom,
-                                                        lines != nullptr ? &CollectLine : nullptr);
+    const bool valid =
+        ValidatorEntries::Validate(validator.Container(), value.Container(), name.Atom(),
+                                   lines != nullptr ? &CollectLine : nullptr);
     tLineSink = nullptr;
     return valid;
   }
@@ -186,7 +188,7 @@ class ValidatorTest : public ::testing::Test {
     Outcome outcome;
     tLineSink = &outcome.lines;
     try {
-      outcome.valid = NPOSValidatorImpl::ValidateSchemaEntry(schema.Get(), &CollectLine);
+      outcome.valid = StructEntries::ValidateSchema(schema.Container(), &CollectLine);
     } catch (const std::exception& e) {
       outcome.count = -1;
       if (raised != nullptr) *raised = e.what();
