@@ -50,11 +50,11 @@ class BaseValidator : public MOX_T_MT::CMOXClientBase {
 
  protected:
   BaseValidator() = default;
-  BaseValidator(const BaseValidator&) = default;
 
  private:
-  // Right after the vtable pointer, where Find reads it (utils_names.h).
-  uintptr_t fInstanceTag = kMOXValidatorInstanceTag;
+  // Right after the vtable pointer, where Find reads it as bytes, never by
+  // name (utils_names.h).
+  [[maybe_unused]] uintptr_t fInstanceTag = kMOXValidatorInstanceTag;
 };
 
 // The keywords of the schema language, one atom each, made in this order when
