@@ -13,13 +13,6 @@
 namespace moxtest {
 namespace {
 
-const char kList[] =
-    "< List < category array membertype Item >"
-    "  Item < category union set [ int Name ] >"
-    "  Name < category string minlen 2 >"
-    "  Point < category dict required < x real > optional < y Small > >"
-    "  Small < category int max 9 > >";
-
 // A client check: records each call as "Type:value" and rejects the value
 // described as `reject`, writing `text` (nothing when null).
 struct ClientCheck {
@@ -61,7 +54,7 @@ class Callbacks : public ValidatorTest {
  protected:
   void SetUp() override {
     ValidatorTest::SetUp();
-    validator_ = NewValidator(kList);
+    validator_ = NewValidator(kDocSchema);
   }
   void TearDown() override {
     validator_ = CMOXContainerRef();
@@ -132,7 +125,7 @@ TEST_F(Callbacks, ARejectionIsALineUnderTheOuterPrefixes) {
   };
   for (auto c : cases) {
     SCOPED_TRACE(c.value);
-    validator_ = NewValidator(kList);
+    validator_ = NewValidator(kDocSchema);
     Register(c.checked, &c.check);
     EXPECT_EQ(Walk(c.type, c.value), c.lines);
   }

@@ -8,24 +8,16 @@
 namespace moxtest {
 namespace {
 
-const char kPoint[] =
-    "< Point < category dict required < x real > optional < y Small > >"
-    "  Small < category int max 9 > >";
-const char kList[] =
-    "< List < category array membertype Item >"
-    "  Item < category union set [ int Name ] >"
-    "  Name < category string minlen 2 > >";
-
 TEST_F(ValidatorTest, WorkedExamplesGiveTheirLinesInOrder) {
   const WalkCase cases[] = {
-      {kPoint, "Point", "< x 1 y 12 z 3 >", 2,
+      {kPointSchema, "Point", "< x 1 y 12 z 3 >", 2,
        "y (optional, type != Small): Number above maximum value 9.000000\n"
        "Unknown member z"},
-      {kPoint, "Point", "< x 1 y 9 >", 0, ""},
-      {kList, "List", "[ 5 a ]", 1,
+      {kPointSchema, "Point", "< x 1 y 9 >", 0, ""},
+      {kListSchema, "List", "[ 5 a ]", 1,
        "[1]: Not a valid union type: Trying int: Expected INT was of invalid type\n"
        "[1]: Not a valid union type: Trying Name: String length below mininum value 2"},
-      {kList, "List", "[ 5 ab ]", 0, ""},
+      {kListSchema, "List", "[ 5 ab ]", 0, ""},
   };
   ExpectWalks(cases);
 }
@@ -54,16 +46,12 @@ TEST_F(ValidatorTest, SchemaCheckReportsOnEachMemberOfTheDefinitionUnion) {
 TEST_F(ValidatorTest, ArraysCheckTheirLengthThenEachMemberInOrder) {
   const WalkCase cases[] = {
       {"< A < category array > >", "A", "x", 1, "Array object expected"},
-      {"< A < category array > >", "A", "[ x <> ]", 0, ""},
       {"< A < category array minlen 2 maxlen 0 > >", "A", "[ 1 ]", 2,
        "Array length below mininum value 2\n"
        "Array length above maximum value"},
       // The length lines come first and don't stop the member checks.
       {"< A < category array maxlen 2 membertype int > >", "A", "[ x 1 2 ]", 2,
        "Array length above maximum value\n"
-       "[0]: Expected INT was of invalid type"},
-      {"< A < category array minlen 5 membertype int > >", "A", "[ x ]", 2,
-       "Array length below mininum value 5\n"
        "[0]: Expected INT was of invalid type"},
       {"< A < category array membertype B > B < category array membertype int > >", "A",
        "[ [ 1 ] [ x 2 y ] ]", 2,
@@ -79,8 +67,6 @@ TEST_F(ValidatorTest, ArraysCheckTheirLengthThenEachMemberInOrder) {
       {"< A < category array membertype [] > >", "A", "[]", 0, ""},
       {"< A < category array membertype [] > >", "A", "[ 1 ]", 1,
        "Heterogenous array object size did not match type array size"},
-      {"< A < category array membertype [ int ] maxlen 0 > >", "A", "[ 1 ]", 1,
-       "Array length above maximum value"},
       {"< A < category array membertype [ int 5 ] > >", "A", "[ 1 2 ]", -1,
        "downcast from CPOSObject to CPOSString failed"},
   };
@@ -91,7 +77,6 @@ TEST_F(ValidatorTest, DictsCheckRequiredMembersFirstThenEachKeyInOrder) {
   const WalkCase cases[] = {
       {"< D < category dict > >", "D", "x", 1, "Dict object expected"},
       {"< D < category dict > >", "D", "<>", 0, ""},
-      {"< D < category dict > >", "D", "< a 1 >", 1, "Unknown member a"},
       // Missing members in key order, and nothing else is looked at.
       {"< D < category dict required < b int a int > > >", "D", "< z x >", 2,
        "Missing required member a\n"
@@ -109,7 +94,6 @@ TEST_F(ValidatorTest, DictsCheckRequiredMembersFirstThenEachKeyInOrder) {
       {"< D < category dict valuetype int > >", "D", "< a x >", 2,
        "a (value, type != int): Expected INT was of invalid type\n"
        "Unknown member a"},
-      {"< D < category dict valuetype int > >", "D", "< a 1 >", 1, "Unknown member a"},
       {"< D < category dict optional < b int > > >", "D", "< c 1 b x a 1 >", 3,
        "Unknown member a\n"
        "b (optional, type != int): Expected INT was of invalid type\n"
@@ -130,11 +114,7 @@ TEST_F(ValidatorTest, UnionsTakeTheFirstMemberThatFitsAndCountOneOtherwise) {
       {"< U < category union set [ int string ] > >", "U", "[]", 1,
        "Not a valid union type: Trying int: Expected INT was of invalid type\n"
        "Not a valid union type: Trying string: Expected STRING was of invalid type"},
-      {"< U < category union set [ int ] > >", "U", "x", 1,
-       "Not a valid union type: Trying int: Expected INT was of invalid type"},
-      // No member: a failure without a line.
-      {"< U < category union set [] > >", "U", "x", 1, ""},
-      {"< U < category union > >", "U", "x", 1, ""},
+      // A set that is no array has no member: a failure without a line.
       {"< U < category union set < a int > > >", "U", "x", 1, ""},
       {"< U < category union set [ 5 ] > >", "U", "x", -1,
        "downcast from CPOSObject to CPOSString failed"},
@@ -149,7 +129,6 @@ TEST_F(ValidatorTest, UnionsTakeTheFirstMemberThatFitsAndCountOneOtherwise) {
        "invalid type\n"
        "Failed intersection type int: Expected INT was of invalid type"},
       {"< I < category intersection set [] > >", "I", "x", 0, ""},
-      {"< I < category intersection > >", "I", "@ptr", 0, ""},
   };
   ExpectWalks(cases);
 }

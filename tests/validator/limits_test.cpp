@@ -137,14 +137,7 @@ uint64_t FailEachInTurn(bool atoms, const Outcome& whole, Scenario scenario) {
 }
 
 TEST_F(ValidatorTest, EveryAllocationOfAFailingValidationMayFail) {
-  const char* const schema =
-      "< Doc < category dict required < list List > optional < point Point > >"
-      "  List < category array membertype Item >"
-      "  Item < category union set [ int Name ] >"
-      "  Name < category string minlen 2 >"
-      "  Point < category dict required < x real > optional < y Small > >"
-      "  Small < category int max 9 > >";
-  CMOXContainerRef validator = NewValidator(schema);
+  CMOXContainerRef validator = NewValidator(kDocSchema);
   const CPOSObject value = Parse("< list [ 5 a ] point < x 1 y 12 z 3 > >");
   Outcome whole;
   Validate(validator, "Doc", value, &whole.lines);

@@ -1,7 +1,5 @@
 // The validator as an object: how it is made and found, what it holds, and
 // the client tables of its two interfaces.
-#include <functional>
-
 #include "binding/container_ref.h"
 #include "binding/errors.h"
 #include "binding/utils_names.h"
@@ -44,47 +42,6 @@ TEST_F(ValidatorTest, ASchemaThatIsNoDictLeavesTheBuiltinNames) {
   EXPECT_EQ(TakeReports(), Lines{"instance was not an POSDict"});
 }
 
-TEST_F(ValidatorTest, HandlesOfAnotherKindAreRefused) {
-  CMOXContainerRef validator = NewValidator("< >");
-  const CPOSObject dict = Parse("< >");
-  const CMOXStringHolder any("any");
-  const struct {
-    std::function<void()> call;
-    const char* report;
-  } cases[] = {
-      {[&] { EXPECT_EQ(StructEntries::NewPOSStructValidator(nullptr), nullptr); },
-       "invalid container"},
-      {[&] {
-         EXPECT_FALSE(
-             ValidatorEntries::Validate(dict.Container(), dict.Container(), any.Atom(), nullptr));
-       },
-       "invalid container"},
-      {[&] {
-         EXPECT_FALSE(
-             ValidatorEntries::Validate(validator.Container(), dict.Container(), nullptr, nullptr));
-       },
-       "null argument"},
-      {[&] { StructEntries::RegisterCallbackProc(dict.Container(), any.Atom(), nullptr, nullptr); },
-       "invalid container"},
-      {[&] {
-         StructEntries::RegisterCallbackProc(validator.Container(), nullptr, nullptr, nullptr);
-       },
-       "null argument"},
-      {[&] {
-         try {
-           StructValidator::FromContainer(dict.Container());
-         } catch (const std::exception& e) {
-           MOXReportErrorText(e.what());
-         }
-       },
-       "instance was not an StructValidator"},
-  };
-  for (const auto& c : cases) {
-    c.call();
-    EXPECT_EQ(TakeReports(), Lines{c.report});
-  }
-}
-
 // Another kind of object made under the validators' own instance and
 // interface names, as directory objects are: a plain record of two words, an
 // atom and its text, with no vtable.
@@ -99,24 +56,36 @@ void DeleteTwoWordRecord(void* instance) {
   MOXMemory::Free(record);
 }
 
-TEST_F(ValidatorTest, AnInstanceUnderTheValidatorsNameThatIsNoValidatorIsRefused) {
+TEST_F(ValidatorTest, HandlesOfAnotherKindAreRefused) {
   auto* record = static_cast<TwoWordRecord*>(MOXMemory::AllocOrThrow(sizeof(TwoWordRecord)));
   record->path = MOXString::NewStringAtom("/tmp");
   record->text = MOXString::GetCString(record->path);
-  const CMOXContainerRef other(MOXNewFullContainer(record, gMOXUtilsNames->fValidatorImpl,
-                                                   &DeleteTwoWordRecord,
-                                                   gMOXUtilsNames->fValidatorInterface));
-  ASSERT_EQ(MOXFindInstance(other.Container(), gMOXUtilsNames->fValidatorImpl), record);
-  const CPOSObject value = Parse("1");
+  const CMOXContainerRef sameName(MOXNewFullContainer(record, gMOXUtilsNames->fValidatorImpl,
+                                                      &DeleteTwoWordRecord,
+                                                      gMOXUtilsNames->fValidatorInterface));
+  ASSERT_EQ(MOXFindInstance(sameName.Container(), gMOXUtilsNames->fValidatorImpl), record);
+  const CPOSObject dict = Parse("< >");
   const CMOXStringHolder any("any");
-  EXPECT_FALSE(
-      ValidatorEntries::Validate(other.Container(), value.Container(), any.Atom(), &CollectLine));
-  StructEntries::RegisterCallbackProc(other.Container(), any.Atom(), nullptr, nullptr);
-  EXPECT_EQ(TakeReports(), (Lines{"invalid container", "invalid container"}));
-  EXPECT_EQ(StructValidator::TryFromContainer(other.Container()), nullptr);
-  // The record is untouched, and a validator is still found as one.
+  // An object of the model, and one found under the validators' name.
+  for (MOXContainer other : {dict.Container(), sameName.Container()}) {
+    EXPECT_FALSE(ValidatorEntries::Validate(other, dict.Container(), any.Atom(), &CollectLine));
+    StructEntries::RegisterCallbackProc(other, any.Atom(), nullptr, nullptr);
+    try {
+      StructValidator::FromContainer(other);
+    } catch (const std::exception& e) {
+      MOXReportErrorText(e.what());
+    }
+    EXPECT_EQ(TakeReports(), (Lines{"invalid container", "invalid container",
+                                    "instance was not an StructValidator"}));
+  }
   EXPECT_STREQ(record->text, "/tmp");
-  EXPECT_TRUE(Validate(NewValidator("< >"), "any", value, nullptr));
+  // A validator is found as one, and then wants a type name.
+  const CMOXContainerRef validator = NewValidator("< >");
+  EXPECT_FALSE(
+      ValidatorEntries::Validate(validator.Container(), dict.Container(), nullptr, nullptr));
+  StructEntries::RegisterCallbackProc(validator.Container(), nullptr, nullptr, nullptr);
+  EXPECT_EQ(StructEntries::NewPOSStructValidator(nullptr), nullptr);
+  EXPECT_EQ(TakeReports(), (Lines{"null argument", "null argument", "invalid container"}));
 }
 
 TEST_F(ValidatorTest, ASchemaCheckCanBeAskedOfTheConstructor) {

@@ -21,7 +21,6 @@ TEST_F(ValidatorTest, BuiltinNamesAcceptTheirClassAndNameTheirOwnFault) {
       {none, "int", "-2147483648", 0, ""},
       {none, "int", "2147483647", 0, ""},
       {none, "int", "2147483648", 1, "INT was not a whole number"},
-      {none, "int", "3000000000", 1, "INT was not a whole number"},
       {none, "int", "2.5", 1, "INT was not a whole number"},
       {none, "int", "@nan", 1, "INT was not a whole number"},
       {none, "int", "x", 1, "Expected INT was of invalid type"},
@@ -43,11 +42,7 @@ TEST_F(ValidatorTest, BuiltinNamesAcceptTheirClassAndNameTheirOwnFault) {
       {none, "any", "@empty", 0, ""},
       {none, "bool", "@empty", 1, "Expected BOOL was of invalid type"},
       {none, "int", "@empty", 1, "Expected INT was of invalid type"},
-      {none, "real", "@empty", 1, "Expected REAL was of invalid type"},
       {none, "string", "@empty", 1, "Expected STRING was of invalid type"},
-      {none, "unicodestring", "@empty", 1, "Expected UNICODESTRING was of invalid type"},
-      {none, "bindata", "@empty", 1, "Expected BINDATA was of invalid type"},
-      {none, "rawptr", "@empty", 1, "Expected RAWPTR was of invalid type"},
       {none, "moxobjref", "@empty", 1, "Expected OBJREF was of invalid type"},
       // The built-in check runs first: the schema's entry is never read.
       {"< int < category string > >", "int", "5", 0, ""},
@@ -62,14 +57,7 @@ TEST_F(ValidatorTest, DefinitionsAreFoundByNameAndReadByTheirCategory) {
       {"< S x >", "S", "a", 1, "Schema not applicable, no definition for S"},
       {"< S < minlen 3 > >", "S", "a", -1, "Malformed schema definition for S, no category"},
       {"< S < category 5 > >", "S", "a", -1, "Malformed schema definition for S, no category"},
-      {"< S < category any > >", "S", "a", -1, "Unknown category in schema"},
-      {"< S < category bool > >", "S", "1", -1, "Unknown category in schema"},
-      {"< S < category custom > >", "S", "a", -1, "Unknown category in schema"},
-      {"< S < category objref > >", "S", "@ptr", -1, "Unknown category in schema"},
       {"< S < category Int > >", "S", "1", -1, "Unknown category in schema"},
-      {"< R < category rawptr > >", "R", "@ptr", 0, ""},
-      {"< R < category rawptr > >", "R", "x", 1, "Expected RAWPTR was of invalid type"},
-      {"< R < category moxobjref > >", "R", "@ptr", 0, ""},
       {"< R < category ctbaseobjref > >", "R", "x", 1, "Expected OBJREF was of invalid type"},
       {"< R < category moxerrorobjref > >", "R", "1", 1, "Expected OBJREF was of invalid type"},
   };
@@ -90,7 +78,6 @@ TEST_F(ValidatorTest, NumberLimitsEachAddALineInTheirOrder) {
        "Number above maximum value 3.000000 (exclusive)"},
       // The class comes first: limits are never tried on another class.
       {"< N < category int max 9 > >", "N", "2.5", 1, "INT was not a whole number"},
-      {"< N < category int min 5 > >", "N", "x", 1, "Expected INT was of invalid type"},
       {"< N < category real min 5 > >", "N", "x", 1, "Expected REAL was of invalid type"},
       // A limit of another class is no limit; a NaN passes every limit.
       {"< N < category real min x max (1) > >", "N", "-100", 0, ""},
@@ -100,7 +87,6 @@ TEST_F(ValidatorTest, NumberLimitsEachAddALineInTheirOrder) {
        "Number below mininum value 16777216.000000"},
       {"< N < category real maxexcl 0.1 > >", "N", "0.1", 1,
        "Number above maximum value 0.100000 (exclusive)"},
-      {"< N < category int min 1.5 > >", "N", "1", 1, "Number below mininum value 1.500000"},
       {"< N < category int min 1.5 minlen 9 > >", "N", "2", 0, ""},
   };
   ExpectWalks(cases);
@@ -123,7 +109,6 @@ TEST_F(ValidatorTest, TextAndBlockLimitsEachAddALineInTheirOrder) {
       {"< S < category string oneof [ 1 x ] > >", "S", "x", -1,
        "downcast from CPOSObject to CPOSString failed"},
       // Lengths compare as doubles and print truncated to 32 bits.
-      {"< S < category string minlen 1.5 > >", "S", "a", 1, "String length below mininum value 1"},
       {"< S < category string minlen 1.5 > >", "S", "ab", 0, ""},
       {"< S < category string minlen 10000000000 > >", "S", "a", 1,
        "String length below mininum value -2147483648"},
@@ -134,15 +119,12 @@ TEST_F(ValidatorTest, TextAndBlockLimitsEachAddALineInTheirOrder) {
        "Unicode String length above maximum value 1"},
       {"< U < category unicodestring maxlen 1 > >", "U", "`D83DDE00`", 1,
        "Unicode String length above maximum value 1"},
-      {"< U < category unicodestring minlen 1 > >", "U", "x", 1,
-       "Expected UNICODESTRING was of invalid type"},
       // Blocks speak of strings, and their enumeration names the block type.
       {"< B < category bindata minlen 4 maxlen 1 oneof [ jpeg png ] > >", "B", "@bin:gif:2", 3,
        "String length below mininum value 4\n"
        "String length above maximum value 1\n"
        "TypeName is not one of the enumerated values"},
       {"< B < category bindata oneof [ jpeg png ] illegalchars b > >", "B", "@bin:png:2", 0, ""},
-      {"< B < category bindata maxlen 1 > >", "B", "x", 1, "Expected BINDATA was of invalid type"},
   };
   ExpectWalks(cases);
 }

@@ -22,13 +22,7 @@ uint32_t RejectZZ(MOXContainer value, MOXStringAtom, MOXSharedBuff buffer, void*
 }
 
 TEST_F(ValidatorTest, ManyThreadsOnOneValidatorGetTheLinesOfOne) {
-  CMOXContainerRef validator = NewValidator(
-      "< Doc < category dict required < list List > optional < point Point > >"
-      "  List < category array membertype Item maxlen 3 >"
-      "  Item < category union set [ int Name ] >"
-      "  Name < category string minlen 2 >"
-      "  Point < category dict required < x real > optional < y Small > >"
-      "  Small < category int max 9 > >");
+  CMOXContainerRef validator = NewValidator(kDocSchema);
   StructEntries::RegisterCallbackProc(validator.Container(), CMOXStringHolder("Name").Atom(),
                                       &RejectZZ, nullptr);
   const std::vector<CPOSObject> values = {

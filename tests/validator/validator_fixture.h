@@ -33,6 +33,24 @@ inline void CollectLine(const char* line) {
   if (tLineSink != nullptr) tLineSink->push_back(line);
 }
 
+// The schemas of the two documented examples, and Doc, which holds both
+// under a dictionary, for the tests that need a value with faults of every
+// kind at once.
+inline const char kPointSchema[] =
+    "< Point < category dict required < x real > optional < y Small > >"
+    "  Small < category int max 9 > >";
+inline const char kListSchema[] =
+    "< List < category array membertype Item >"
+    "  Item < category union set [ int Name ] >"
+    "  Name < category string minlen 2 > >";
+inline const char kDocSchema[] =
+    "< Doc < category dict required < list List > optional < point Point > >"
+    "  List < category array membertype Item >"
+    "  Item < category union set [ int Name ] >"
+    "  Name < category string minlen 2 >"
+    "  Point < category dict required < x real > optional < y Small > >"
+    "  Small < category int max 9 > >";
+
 // What one walk gave.
 struct Outcome {
   int32_t count = 0;  // CheckType's result; -1 when it raised
