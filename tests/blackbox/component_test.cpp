@@ -214,9 +214,10 @@ void* RecordingLookup(const char* interfaceName, const char* method, const char*
   return procedure;
 }
 
-// The object model first, the streamer that builds on it after; at stop the
-// streamer first, then the object model in the order of its registration.
-TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackStreamerFirst) {
+// The object model first, the streamer and the validator that build on it
+// after; at stop the validator first, then the streamer, then the object
+// model in the order of its registration.
+TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackClientsFirst) {
   library_->Stop();
   gCalls.clear();
   ASSERT_EQ(library_->StartWith(&RecordingLookup), 1u);
@@ -227,10 +228,13 @@ TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackStreamerFi
     ++tables.back().second;
   }
   const std::vector<std::pair<std::string, int>> expected = {
-      {"POSObjectInterface", 2},       {"POSObjectStatics", 4},          {"POSNumberInterface", 3},
-      {"POSStringInterface", 3},       {"POSUnicodeStringInterface", 3}, {"POSBinDataInterface", 5},
-      {"POSRawPointerInterface", 4},   {"POSArrayInterface", 7},         {"POSDictInterface", 6},
-      {"POSDictIteratorInterface", 5}, {"POSStreamerInterface", 3}};
+      {"POSObjectInterface", 2},         {"POSObjectStatics", 4},
+      {"POSNumberInterface", 3},         {"POSStringInterface", 3},
+      {"POSUnicodeStringInterface", 3},  {"POSBinDataInterface", 5},
+      {"POSRawPointerInterface", 4},     {"POSArrayInterface", 7},
+      {"POSDictInterface", 6},           {"POSDictIteratorInterface", 5},
+      {"POSStreamerInterface", 3},       {"POSValidatorInterface", 1},
+      {"POSStructValidatorInterface", 3}};
   EXPECT_EQ(tables, expected);
   EXPECT_EQ(gCalls[1], "POSObjectInterface.IsEqual:POSObjectIsEqualProc");
   EXPECT_EQ(gCalls[5], "POSObjectStatics.CreateFromText:POSObjectCreateFromTextProc");
@@ -238,8 +242,9 @@ TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackStreamerFi
   gCalls.clear();
   library_->Stop();
   ASSERT_GE(gCalls.size(), expected.size());
-  Strings stopped = {"-POSStreamerInterface"};
-  for (size_t i = 0; i + 1 < expected.size(); ++i) stopped.push_back("-" + expected[i].first);
+  Strings stopped = {"-POSStructValidatorInterface", "-POSValidatorInterface",
+                     "-POSStreamerInterface"};
+  for (size_t i = 0; i + 3 < expected.size(); ++i) stopped.push_back("-" + expected[i].first);
   EXPECT_EQ(Strings(gCalls.end() - expected.size(), gCalls.end()), stopped);
   EXPECT_EQ(Runtime::LookupProc()("POSDictInterface", "Get", "POSDictGetProc"), nullptr);
   // Started again, the library fetches its tables anew.
