@@ -3,6 +3,8 @@
 #ifndef MOXUTILS_BINDING_UTILS_NAMES_H_
 #define MOXUTILS_BINDING_UTILS_NAMES_H_
 
+#include <cstdint>
+
 #include "binding/string_holder.h"
 
 class CMOXUtilsNames {
@@ -30,6 +32,15 @@ class CMOXUtilsNames {
   CMOXStringHolder fUtilsDirName;       // "MOXUtilsDir"
   CMOXStringHolder fUtilsDirInterface;  // "MOXUtilsDirInterface"
 };
+
+// The word that follows the vtable pointer of every validator instance.
+// Validators and directory objects are both made and found under
+// fValidatorImpl, so an instance found there may be either; each kind reads
+// the word at offset 8 before it trusts the instance to be its own (a
+// directory record is two words, so the read stays within it). A
+// non-canonical address can never be a pointer, which is all a directory
+// record holds there: the C string of its path.
+constexpr uintptr_t kMOXValidatorInstanceTag = 0x8000'5641'4C49'4400u;
 
 // Null while the library is stopped.
 extern CMOXUtilsNames* gMOXUtilsNames;
