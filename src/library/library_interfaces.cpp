@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "binding/server_tables.h"
+#include "fileutils/fileutils_interfaces.h"
 #include "pos/pos_interfaces.h"
 #include "streamer/streamer_interface.h"
 
@@ -13,6 +14,7 @@ namespace {
 const MOXLayerInterfaces* const kLayers[] = {
     &gPOSLayerInterfaces,                            // the ten of the object model
     &NPOSStreamerImpl::kPOSStreamerLayerInterfaces,  // "POSStreamerInterface"
+    &kMOXFileUtilsLayerInterfaces,  // "MOXUtilsDirInterface", "MOXUtilsTempFileStreamFactory"
 };
 constexpr size_t kLayerCount = sizeof(kLayers) / sizeof(kLayers[0]);
 

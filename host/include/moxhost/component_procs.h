@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "MOXRuntimeProcs.h"
+#include "MOXUtilsFileProcs.h"
 #include "POSProcs.h"
 #include "POSStreamerProcs.h"
 
@@ -37,6 +38,9 @@
   X(posDict, POS_DICT_INTERFACE_NAME, POS_DICT_INTERFACE_METHODS)                              \
   X(posDictIterator, POS_DICT_ITERATOR_INTERFACE_NAME, POS_DICT_ITERATOR_INTERFACE_METHODS)    \
   X(posStreamer, POS_STREAMER_INTERFACE_NAME, POS_STREAMER_INTERFACE_METHODS)                  \
+  X(utilsDir, MOX_UTILS_DIR_INTERFACE_NAME, MOX_UTILS_DIR_INTERFACE_METHODS)                   \
+  X(tempFileStreamFactory, MOX_UTILS_TEMP_FILE_STREAM_FACTORY_NAME,                            \
+    MOX_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS)                                                \
   X(container, MOX_CONTAINER_INTERFACE_NAME, MOX_CONTAINER_INTERFACE_METHODS)                  \
   X(string, MOX_STRING_INTERFACE_NAME, MOX_STRING_INTERFACE_METHODS)                           \
   X(error, MOX_ERROR_INTERFACE_NAME, MOX_ERROR_INTERFACE_METHODS)                              \
