@@ -3,7 +3,6 @@
 // nothing but the methods that GetMethod of the runtime hands out for it.
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <memory>
 #include <regex>
 #include <string>
@@ -88,7 +87,7 @@ class ForeignFileUtils : public ::testing::Test {
       EXPECT_EQ(CountsDiff(loaded_, Runtime::Get().Counts()), "");
     }
     EXPECT_EQ(Runtime::Get().Reports(), Names{});
-    EXPECT_EQ(scratch_->Tree(), Names{}) << "left behind in " << scratch_->Path();
+    EXPECT_EQ(scratch_->Entries(), Names{}) << "left behind in " << scratch_->Path();
     scratch_.reset();
   }
 
@@ -137,33 +136,6 @@ TEST_F(ForeignFileUtils, AFactoryStreamIsWrittenAndReadBackThroughACopyThatOutli
   EXPECT_EQ(Outcome(p, c.Seek(copy, 0, 0)), "");
   EXPECT_EQ(Read(c, copy), "payload");
   p.container.Release(copy);
-}
-
-TEST_F(ForeignFileUtils, DirectoriesNameMakeAndRemoveFilesAndReportTheErrno) {
-  MOXContainer dir = nullptr;
-  ASSERT_EQ(Outcome(p, p.utilsDir.GetTempDir(&dir)), "");
-  EXPECT_EQ(p.RefCount(dir), 0u) << "unowned";
-  p.Keep(dir);
-  auto atom = [&](const std::string& text) {
-    return POSProcs::Atom{p, p.string.NewStringAtom(text.c_str())};
-  };
-  MOXStringAtom name = nullptr;
-  ASSERT_EQ(Outcome(p, p.utilsDir.CreateUniqueFilename(&name, dir, atom("st").atom, nullptr)), "");
-  const std::string file = p.string.GetCString(name);
-  EXPECT_EQ(scratch_->Entries(), Names{file});
-  MOXStringAtom path = nullptr;
-  EXPECT_EQ(Outcome(p, p.utilsDir.GetFilePathSpec(&path, dir, name)), "");
-  EXPECT_EQ(p.string.GetCString(path), scratch_->At(file));
-  uint8_t exists = 0;
-  EXPECT_EQ(Outcome(p, p.utilsDir.FileExists(&exists, dir, name)), "");
-  EXPECT_EQ(exists, 1);
-  EXPECT_EQ(Outcome(p, p.utilsDir.Delete(dir, name)), "");
-  EXPECT_EQ(Outcome(p, p.utilsDir.FileExists(&exists, dir, name)), "");
-  EXPECT_EQ(exists, 0);
-  EXPECT_EQ(Outcome(p, p.utilsDir.Delete(dir, name)),
-            "MOXUtilsDir " + std::to_string(ENOENT) + ": MOXUtilsDirImpl::Delete: Unknown error");
-  for (MOXStringAtom taken : {name, path}) p.string.DeleteStringAtom(taken);
-  p.container.Release(dir);
 }
 
 }  // namespace

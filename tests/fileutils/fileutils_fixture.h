@@ -73,6 +73,7 @@ class FileUtilsTest : public ::testing::Test {
       ASSERT_FALSE(first.IsEmpty());
       CMOXPositionableStreamRef copy(first.CreateIndependentlyPositionableStream());
     }
+    scratch_->CloseDescriptors();
     started_ = rt_.Counts();
   }
 
@@ -82,7 +83,7 @@ class FileUtilsTest : public ::testing::Test {
     MOXUtilsTerminate();
     EXPECT_EQ(CountsDiff(before_, rt_.Counts()), "");
     EXPECT_EQ(rt_.Reports(), Names{});
-    EXPECT_EQ(scratch_->Tree(), Names{}) << "left behind in " << scratch_->Path();
+    EXPECT_EQ(scratch_->Entries(), Names{}) << "left behind in " << scratch_->Path();
     scratch_.reset();
   }
 

@@ -43,6 +43,7 @@ TEST_F(FileUtilsTest, AStreamWritesAndReadsItsOwnFileInTheTempDirAndRemovesIt) {
   EXPECT_EQ(ReadAll(stream), "hello world");
   stream = CMOXPositionableStreamRef();
   EXPECT_EQ(scratch_->Entries(), Names{});
+  EXPECT_EQ(scratch_->CloseDescriptors(), 1) << "the unique file's descriptor stays open";
 }
 
 // A read-only mode is taken as it comes: the stream can never be written.
@@ -65,6 +66,7 @@ TEST_F(FileUtilsTest, TheFirstCopyEndsWritingAndPutsTheStreamBackAtTheStart) {
   // A rewindable copy is a positionable one.
   CMOXPositionableStreamRef rewindable(first.CreateIndependentlyRewindableStream());
   EXPECT_EQ(ReadAll(rewindable), "abcdef");
+  EXPECT_EQ(first.Mark(), 6) << "only the first copy reopens the stream";
   EXPECT_EQ(scratch_->Entries().size(), 1u) << "copies share the one file";
 }
 

@@ -5,9 +5,8 @@
 //   ... make files through the library ...
 //   EXPECT_EQ(scratch.Entries(), Names{});   // nothing was left behind
 //
-// Destruction puts back TMPDIR and the working directory as they were, closes
-// the descriptors still open on files of the directory (the unique files of
-// the file utilities leave theirs open on purpose) and removes the directory.
+// Destruction puts back TMPDIR and the working directory, closes what
+// CloseDescriptors closes and removes the directory.
 #ifndef MOXUTILS_TESTS_SUPPORT_SCRATCH_DIR_H_
 #define MOXUTILS_TESTS_SUPPORT_SCRATCH_DIR_H_
 
@@ -25,34 +24,26 @@ class ScratchDir {
   ScratchDir(const ScratchDir&) = delete;
   ScratchDir& operator=(const ScratchDir&) = delete;
 
-  // The directory, absolute, without a trailing "/".
+  // The directory, absolute and free of links, without a trailing "/".
   const std::string& Path() const { return path_; }
-  // Path() + "/" + name.
   std::string At(const std::string& name) const { return path_ + "/" + name; }
 
   // The names in the directory, or in its subdirectory `sub`, sorted.
   Names Entries(const std::string& sub = "") const;
-  // Every path below the directory, relative to it, sorted; subdirectories
-  // end in "/".
-  Names Tree() const;
 
-  // Plain file helpers relative to the directory; failures fail the test.
+  // Plain file helpers, relative to the directory; a failure fails the test.
   void WriteFile(const std::string& name, const std::string& bytes) const;
   std::string ReadFile(const std::string& name) const;
   void MakeDir(const std::string& name) const;
-  // Removes a file or an empty directory that a test left on purpose.
+  // Removes a file or an empty directory that a test leaves on purpose.
   void Remove(const std::string& name) const;
 
-  // The open descriptors of this process on files below the directory,
-  // deleted files included.
-  int OpenDescriptors() const;
-  // Closes them and returns how many there were. Only while no stream of the
-  // runtime is open on a file of the directory.
+  // Closes the descriptors of this process that are open on files below the
+  // directory, deleted ones included (unique files leave theirs open on
+  // purpose), and gives their number. Only while no stream is open there.
   int CloseDescriptors() const;
 
  private:
-  std::vector<int> DescriptorsBelow() const;
-
   std::string path_;
   bool hadTmpDir_ = false;
   std::string oldTmpDir_;
