@@ -22,8 +22,9 @@
  * file system are errors of component "MOXUtilsDir" whose id is the errno of
  * the failed call, untranslated; the message names the operation and is the
  * same for every errno ("MOXUtilsDirImpl::Delete: Unknown error"). Running
- * out of memory gives the runtime's core error 1. A null out-parameter, path,
- * file name or stem is refused with the error "null argument".
+ * out of memory gives the runtime's core error 1. A null out-parameter, atom
+ * or text is refused with the error "null argument" (component "TOV", id 0),
+ * apart from the second atom of CreateUniqueFilename, which may be null.
  *
  * Ownership:
  *  - Atoms passed in stay the caller's.
@@ -114,7 +115,10 @@ typedef MOXErrorRef (*MOXUtilsDirCreateUniqueFilename)(MOXStringAtom* name, MOXC
  * opened with the fopen `mode`, which is not checked: a read-only mode gives
  * a stream that can never be written. The stream comes back unowned, and its
  * file is removed when it dies; a failure after the file was made leaves the
- * file behind.
+ * file behind. The stream opens the file's bare name in the temporary
+ * directory: a stem with a "/" makes the unique file in a subdirectory, and
+ * then a write mode makes a second file beside the subdirectory (the one the
+ * stream removes) and a read mode fails; the unique file stays either way.
  *
  * CreateIndependentlyPositionableStream (or ...Rewindable...) of the stream
  * gives a read-only copy over the same file, at position 0, with a position
@@ -122,7 +126,8 @@ typedef MOXErrorRef (*MOXUtilsDirCreateUniqueFilename)(MOXStringAtom* name, MOXC
  * file, which makes everything written visible to the copies, and goes on
  * read-only, at position 0. Copies of copies behave the same. A copy lives
  * on after the stream that made the file, and keeps reading after the file's
- * name is gone; it removes nothing when it dies. */
+ * name is gone, but can make no further copies then; it removes nothing when
+ * it dies. */
 typedef MOXErrorRef (*_MOXUtilsNewTempFileStreamProc_NewTempFileStream)(MOXContainer* out,
                                                                         const char* stem,
                                                                         const char* second,
