@@ -16,10 +16,9 @@ constexpr char kNullArgument[] = "null argument";
 // Clears an out-parameter before the work, so that a failure leaves nothing
 // behind in it.
 template <typename T>
-T* Cleared(T* out) {
+void Clear(T* out) {
   MOXRequireArgument(out);
   *out = T();
-  return out;
 }
 
 // A reference of the method's own on an atom the caller passed, for the
@@ -66,28 +65,28 @@ namespace MOXUtilsDirEntries {
 
 MOXErrorRef GetTempDir(MOXContainer* out) {
   return MOXErrorEntry([&] {
-    Cleared(out);
+    Clear(out);
     *out = MOXNewDirectory(MOXTempDirPath());
   });
 }
 
 MOXErrorRef GetCurrent(MOXContainer* out) {
   return MOXErrorEntry([&] {
-    Cleared(out);
+    Clear(out);
     *out = MOXNewDirectory(MOXCurrentDirPath());
   });
 }
 
 MOXErrorRef NewMOXUtilsDir(MOXContainer* out, MOXStringAtom path) {
   return MOXErrorEntry([&] {
-    Cleared(out);
+    Clear(out);
     *out = MOXNewDirectory(Borrow(path));
   });
 }
 
 MOXErrorRef FileExists(uint8_t* exists, MOXContainer dir, MOXStringAtom name) {
   return MOXErrorEntry([&] {
-    Cleared(exists);
+    Clear(exists);
     const MOXUtilsDirImpl* directory = MOXFindDirectory(dir);
     *exists = directory->FileExists(Borrow(name).CString());
   });
@@ -111,7 +110,7 @@ MOXErrorRef Rename(MOXContainer dir, MOXStringAtom oldName, MOXStringAtom newNam
 
 MOXErrorRef GetFilePathSpec(MOXStringAtom* path, MOXContainer dir, MOXStringAtom name) {
   return MOXErrorEntry([&] {
-    Cleared(path);
+    Clear(path);
     const MOXUtilsDirImpl* directory = MOXFindDirectory(dir);
     *path = GiveAway(directory->Join(Borrow(name).CString()));
   });
@@ -122,7 +121,7 @@ MOXErrorRef CreateUniqueFilename(MOXStringAtom* name, MOXContainer dir, MOXStrin
   // The second atom is part of the method's form and has never had an
   // effect: it is neither read nor kept, and may be null.
   return MOXErrorEntry([&] {
-    Cleared(name);
+    Clear(name);
     const MOXUtilsDirImpl* directory = MOXFindDirectory(dir);
     *name = GiveAway(directory->CreateUniqueFilename(Borrow(stem).CString()));
   });

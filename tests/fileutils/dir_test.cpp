@@ -190,8 +190,9 @@ TEST_F(FileUtilsTest, MethodsRefuseAValidatorAnotherObjectAndNullArguments) {
       },
   };
   for (const auto& call : calls) {
-    EXPECT_EQ(Outcome(call(validator.Container())), kInvalidContainer);
-    EXPECT_EQ(Outcome(call(number.Container())), kInvalidContainer);
+    for (MOXContainer notADirectory : {validator.Container(), number.Container(), MOXContainer()}) {
+      EXPECT_EQ(Outcome(call(notADirectory)), kInvalidContainer);
+    }
   }
   EXPECT_EQ(scratch_->Entries(), Names{"f"}) << "nothing was done to the file";
 
