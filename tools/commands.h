@@ -1,38 +1,55 @@
-// The four commands of posctl, each run in its own library session.
+// The commands of posctl, each run in its own library session.
 #ifndef POSCTL_COMMANDS_H_
 #define POSCTL_COMMANDS_H_
 
-#include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "input_source.h"
+#include "document.h"
 
 namespace posctl {
-
-// Deep enough for any real settings tree, and well inside the default 8 MiB
-// stack for the library's recursive reader, writer and parser.
-constexpr size_t kDefaultMaxDepth = 512;
-
-struct InputOptions {
-  std::string file = "-";
-  std::optional<Format> from;
-  size_t maxDepth = kDefaultMaxDepth;
-  std::optional<std::string> nullAs;
-};
 
 struct ConvertOptions {
   InputOptions input;
   Format to = Format::kTypeA;
-  std::string output;  // empty for standard output
+  std::string output = "-";
   bool compact = false;
+};
+
+// The address options that get, keys, type, set and delete share.
+struct AddressOptions {
+  std::string address;
+  bool pointer = false;  // a JSON Pointer rather than a DeepGet address
 };
 
 struct GetOptions {
   InputOptions input;
-  std::string address;
+  AddressOptions at;
   bool json = false;
   bool compact = false;
+  bool raw = false;
+};
+
+// keys and type: the address is the top level when none is given.
+struct InspectOptions {
+  InputOptions input;
+  std::optional<AddressOptions> at;
+};
+
+struct SetOptions {
+  InputOptions input;
+  AddressOptions at;
+  std::string value;
+  bool valueIsJson = false;
+  bool parents = false;
+  std::optional<std::string> output;  // FILE itself when not given
+};
+
+struct DeleteOptions {
+  InputOptions input;
+  AddressOptions at;
+  std::optional<std::string> output;
 };
 
 struct CatOptions {
@@ -41,11 +58,20 @@ struct CatOptions {
   bool compact = false;
 };
 
+struct CheckOptions {
+  InputOptions input;  // all but the file
+  std::vector<std::string> files;
+};
+
 // Each returns the exit status, or throws ToolError.
 int RunConvert(const ConvertOptions& options);
 int RunGet(const GetOptions& options);
+int RunKeys(const InspectOptions& options);
+int RunType(const InspectOptions& options);
+int RunSet(const SetOptions& options);
+int RunDelete(const DeleteOptions& options);
 int RunCat(const CatOptions& options);
-int RunCheck(const InputOptions& options);
+int RunCheck(const CheckOptions& options);
 
 }  // namespace posctl
 

@@ -1,7 +1,8 @@
 #include "diagnostics.h"
 
 #include <cstdio>
-#include <fstream>
+
+#include "text_encoding.h"
 
 namespace posctl {
 namespace {
@@ -22,10 +23,68 @@ size_t CountCharacters(std::string_view bytes) {
 // position rather than the whole line.
 constexpr size_t kContextBytes = 60;
 
+bool gQuiet = false;
+
+bool IsControl(char32_t c) {
+  return c < 0x20 || (c >= 0x7F && c <= 0x9F);
+}
+
+// One character of `text` at `at` as a message shows it, and the bytes it
+// takes; `keepTabs` leaves a tab as it is.
+size_t RenderCharacter(std::string_view text, size_t at, bool keepTabs, std::string* shown) {
+  char32_t c = 0;
+  size_t length = Utf8SequenceAt(text, at, &c);
+  if (length != 0 && !(IsControl(c) && !(keepTabs && c == '\t'))) {
+    *shown = std::string(text.substr(at, length));
+    return length;
+  }
+  if (length == 0) length = 1;
+  shown->clear();
+  for (size_t i = 0; i < length; ++i) {
+    char hex[8];
+    std::snprintf(hex, sizeof hex, "\\x%02X", static_cast<unsigned char>(text[at + i]));
+    *shown += hex;
+  }
+  return length;
+}
+
 }  // namespace
 
 void FailInput(const std::string& text) {
   throw ToolError(kExitBadInput, text);
+}
+
+void SetQuiet(bool quiet) {
+  gQuiet = quiet;
+}
+
+bool IsQuiet() {
+  return gQuiet;
+}
+
+void PrintError(const ToolError& error) {
+  if (gQuiet) return;
+  std::string text = error.what();
+  if (text.empty() || text.back() != '\n') text += '\n';
+  std::fputs(text.c_str(), stderr);
+}
+
+void Warn(const std::string& text) {
+  if (!gQuiet) std::fprintf(stderr, "posctl: warning: %s\n", text.c_str());
+}
+
+void Note(const std::string& text) {
+  if (!gQuiet) std::fprintf(stderr, "posctl: note: %s\n", text.c_str());
+}
+
+std::string Printable(std::string_view text) {
+  std::string out;
+  std::string shown;
+  for (size_t at = 0; at < text.size();) {
+    at += RenderCharacter(text, at, false, &shown);
+    out += shown;
+  }
+  return out;
 }
 
 SourceExcerpt ExcerptFromText(std::string_view text, size_t offset) {
@@ -48,10 +107,9 @@ SourceExcerpt ExcerptFromText(std::string_view text, size_t offset) {
   return excerpt;
 }
 
-SourceExcerpt ExcerptFromFile(const std::string& path, size_t offset) {
-  // Streams the file and keeps only the line in question, and of a long
-  // line only the window that FormatCaretDiagnostic shows.
-  std::ifstream in(path, std::ios::binary);
+SourceExcerpt ExcerptFromInput(const InputSource& input, uint64_t offset) {
+  // Reads the input in blocks and keeps only the line in question, and of a
+  // long line only the window that FormatCaretDiagnostic shows.
   SourceExcerpt excerpt;
   std::string line;
   size_t lineStart = 0;
@@ -65,9 +123,10 @@ SourceExcerpt ExcerptFromFile(const std::string& path, size_t offset) {
   std::string lastLine;
   char buffer[1 << 16];
   bool done = false;
-  while (!done && in) {
-    in.read(buffer, sizeof buffer);
-    const size_t count = static_cast<size_t>(in.gcount());
+  while (!done) {
+    const ssize_t read = input.ReadSome(position, buffer, sizeof buffer);
+    if (read <= 0) break;
+    const size_t count = static_cast<size_t>(read);
     for (size_t i = 0; i < count && !done; ++i, ++position) {
       const char c = buffer[i];
       if (c == '\n') {
@@ -137,16 +196,23 @@ std::string FormatCaretDiagnostic(const std::string& name, const SourceExcerpt& 
     line = line.substr(0, end);
     suffix = "...";
   }
-  out += "    " + prefix + std::string(line) + suffix + "\n";
+  std::string shown = "    " + prefix;
   std::string caret = "    " + std::string(prefix.size(), ' ');
-  for (size_t i = 0; i < at; ++i) {
-    unsigned char byte = static_cast<unsigned char>(line[i]);
-    if (byte == '\t') {
+  std::string character;
+  for (size_t i = 0; i < line.size();) {
+    const size_t start = i;
+    i += RenderCharacter(line, i, true, &character);
+    shown += character;
+    if (start >= at) continue;
+    if (character == "\t") {
       caret += '\t';
-    } else if (!IsContinuationByte(byte)) {
-      caret += ' ';
+    } else {
+      // A character shown as itself takes one column, an escape its length.
+      caret +=
+          std::string(character.size() > 1 && character[0] == '\\' ? character.size() : 1, ' ');
     }
   }
+  out += shown + suffix + "\n";
   out += caret + "^\n";
   return out;
 }

@@ -1,12 +1,16 @@
-// Failures that end a command, and the "file:line:column" form with the
-// offending line and a caret under the position, shared by every input format.
+// Messages of posctl. Each begins with "posctl: " or, for a place in an input,
+// with "FILE:LINE:COLUMN: ", which comes with the offending line and a caret
+// under the position, in the same form for every input format.
 #ifndef POSCTL_DIAGNOSTICS_H_
 #define POSCTL_DIAGNOSTICS_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+
+#include "input_source.h"
 
 namespace posctl {
 
@@ -31,6 +35,15 @@ class ToolError : public std::runtime_error {
 
 [[noreturn]] void FailInput(const std::string& text);
 
+// "posctl: warning: TEXT" and "posctl: note: TEXT" on standard error, unless
+// --quiet asked for the exit status alone.
+void SetQuiet(bool quiet);
+bool IsQuiet();
+// The message of a failure, unless --quiet: `what()` and a final line feed.
+void PrintError(const ToolError& error);
+void Warn(const std::string& text);
+void Note(const std::string& text);
+
 // The line that holds a byte offset, and where in it the offset falls.
 struct SourceExcerpt {
   size_t line = 1;    // 1-based
@@ -42,16 +55,23 @@ struct SourceExcerpt {
 // An offset at the very end, just after a final line feed, is shown at the
 // end of the last line: that is where a reader looks for what is missing.
 SourceExcerpt ExcerptFromText(std::string_view text, size_t offset);
-// The same for a file, read only as far as the end of the line in question.
-SourceExcerpt ExcerptFromFile(const std::string& path, size_t offset);
+// The same for an input, read only as far as the end of the line in question.
+SourceExcerpt ExcerptFromInput(const InputSource& input, uint64_t offset);
 
 // "name:line:column: error: message", then the line, then a caret under the
-// column. Tabs of the line are kept in the caret line so that it lines up.
+// column. Control bytes of the line, and bytes that are no UTF-8, are shown
+// escaped (as Printable does), never sent to the terminal; tabs are kept, in
+// the caret line too, so that it lines up.
 std::string FormatCaretDiagnostic(const std::string& name, const SourceExcerpt& excerpt,
                                   const std::string& message);
 
-// A byte as a reader wants to see it in a message: 'x' or 0xNN.
+// A byte as a reader wants to see it in a message: 'x' or byte 0xNN.
 std::string DescribeByte(unsigned char byte);
+
+// Text from an input or the command line, safe to put in a message: control
+// characters (TAB included), DEL, C1 controls and bytes that are no UTF-8
+// become \xNN.
+std::string Printable(std::string_view text);
 
 }  // namespace posctl
 

@@ -1,16 +1,14 @@
 #include "input_source.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
 #include "diagnostics.h"
+#include "temp_file.h"
 
 namespace posctl {
 namespace {
@@ -22,37 +20,34 @@ bool EndsWith(const std::string& text, const std::string& tail) {
          text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
 }
 
-std::string SpoolStandardInput() {
-  const char* dir = std::getenv("TMPDIR");
-  std::string path =
-      std::string(dir != nullptr && dir[0] != '\0' ? dir : "/tmp") + "/posctl-stdin.XXXXXX";
-  int fd = mkstemp(path.data());
-  if (fd < 0)
-    FailInput("posctl: error: cannot make a temporary file for standard input: " +
-              std::string(std::strerror(errno)));
+[[noreturn]] void FailFile(const std::string& name, int error) {
+  FailInput("posctl: error: " + name + ": " + std::strerror(error));
+}
+
+// Copies everything `from` gives to a scratch file and returns that.
+UniqueFd Spool(int from, const std::string& name) {
+  const std::string dir = TempDirectory();
+  UniqueFd copy = OpenScratchFile(dir, "posctl-stdin");
+  if (!copy) {
+    FailInput("posctl: error: can't make a scratch copy of " + name + " in " + dir + ": " +
+              std::strerror(errno));
+  }
   char block[1 << 16];
   for (;;) {
-    ssize_t n = read(STDIN_FILENO, block, sizeof block);
+    const ssize_t n = read(from, block, sizeof block);
     if (n < 0 && errno == EINTR) continue;
-    if (n < 0) {
-      close(fd);
-      unlink(path.c_str());
-      FailInput("posctl: error: reading standard input: " + std::string(std::strerror(errno)));
-    }
+    if (n < 0) FailFile(name, errno);
     if (n == 0) break;
     for (ssize_t done = 0; done < n;) {
-      ssize_t w = write(fd, block + done, static_cast<size_t>(n - done));
+      const ssize_t w = write(copy.get(), block + done, static_cast<size_t>(n - done));
       if (w < 0 && errno == EINTR) continue;
       if (w < 0) {
-        close(fd);
-        unlink(path.c_str());
-        FailInput("posctl: error: copying standard input: " + std::string(std::strerror(errno)));
+        FailInput("posctl: error: copying " + name + " to " + dir + ": " + std::strerror(errno));
       }
       done += w;
     }
   }
-  close(fd);
-  return path;
+  return copy;
 }
 
 }  // namespace
@@ -69,6 +64,18 @@ const char* FormatName(Format format) {
   return "?";
 }
 
+const char* DisplayFormatName(Format format) {
+  switch (format) {
+    case Format::kNotation:
+      return "text notation";
+    case Format::kTypeA:
+      return "TypeA";
+    case Format::kJson:
+      return "JSON";
+  }
+  return "?";
+}
+
 std::optional<Format> ParseFormatName(const std::string& name) {
   if (name == "notation") return Format::kNotation;
   if (name == "typea") return Format::kTypeA;
@@ -77,27 +84,57 @@ std::optional<Format> ParseFormatName(const std::string& name) {
 }
 
 InputSource::InputSource(const std::string& argument) {
+  struct stat info;
   if (argument == "-") {
     name_ = "<stdin>";
-    path_ = SpoolStandardInput();
-    temporary_ = true;
+    fd_ = Spool(STDIN_FILENO, "standard input");
   } else {
     name_ = argument;
-    path_ = argument;
+    fd_.Reset(open(argument.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!fd_ || fstat(fd_.get(), &info) != 0) FailFile(name_, errno);
+    if (S_ISDIR(info.st_mode)) FailInput("posctl: error: " + name_ + ": is a directory");
+    regularFile_ = S_ISREG(info.st_mode);
+    if (!regularFile_) fd_ = Spool(fd_.get(), name_);
   }
-  struct stat info;
-  if (stat(path_.c_str(), &info) != 0) {
-    FailInput("posctl: error: " + name_ + ": " + std::strerror(errno));
-  }
-  if (S_ISDIR(info.st_mode)) FailInput("posctl: error: " + name_ + ": is a directory");
-  FILE* probe = std::fopen(path_.c_str(), "rb");
-  if (probe == nullptr) FailInput("posctl: error: " + name_ + ": " + std::strerror(errno));
-  std::fclose(probe);
+  if (fstat(fd_.get(), &info) != 0) FailFile(name_, errno);
   size_ = static_cast<uint64_t>(info.st_size);
 }
 
-InputSource::~InputSource() {
-  if (temporary_) unlink(path_.c_str());
+InputSource InputSource::FromText(std::string name, std::string text) {
+  InputSource input;
+  input.name_ = std::move(name);
+  input.text_ = std::move(text);
+  input.size_ = input.text_.size();
+  return input;
+}
+
+ssize_t InputSource::ReadSome(uint64_t offset, void* buffer, size_t size) const {
+  if (!fd_) {
+    if (offset >= text_.size()) return 0;
+    const size_t count = std::min<uint64_t>(size, text_.size() - offset);
+    std::memcpy(buffer, text_.data() + offset, count);
+    return static_cast<ssize_t>(count);
+  }
+  size_t done = 0;
+  while (done < size) {
+    const ssize_t n = pread(fd_.get(), static_cast<char*>(buffer) + done, size - done,
+                            static_cast<off_t>(offset + done));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return -1;
+    if (n == 0) break;
+    done += static_cast<size_t>(n);
+  }
+  return static_cast<ssize_t>(done);
+}
+
+std::string InputSource::ReadRange(uint64_t from, uint64_t to) const {
+  if (to > size_) to = size_;
+  if (from >= to) return "";
+  std::string bytes(to - from, '\0');
+  const ssize_t n = ReadSome(from, bytes.data(), bytes.size());
+  if (n < 0) FailFile(name_, errno);
+  bytes.resize(static_cast<size_t>(n));
+  return bytes;
 }
 
 Format InputSource::Resolve(std::optional<Format> given) const {
@@ -105,22 +142,23 @@ Format InputSource::Resolve(std::optional<Format> given) const {
   if (EndsWith(name_, ".pos")) return Format::kNotation;
   if (EndsWith(name_, ".typea")) return Format::kTypeA;
   if (EndsWith(name_, ".json")) return Format::kJson;
-  std::ifstream in(path_, std::ios::binary);
-  char head[128] = {};
-  in.read(head, sizeof head - 1);
-  const char* at = head;
-  while (*at == ' ' || *at == '\t' || *at == '\n' || *at == '\r') ++at;
-  if (std::strncmp(at, kTypeAMagic, sizeof kTypeAMagic - 1) == 0) return Format::kTypeA;
-  if (*at == '{' || *at == '"') return Format::kJson;
+  std::string head = ReadRange(0, 127);
+  const size_t start = head.find_first_not_of(" \t\n\r");
+  if (start == std::string::npos) return Format::kNotation;
+  if (head.compare(start, sizeof kTypeAMagic - 1, kTypeAMagic) == 0) return Format::kTypeA;
+  if (head[start] == '{' || head[start] == '"') return Format::kJson;
   return Format::kNotation;
 }
 
-std::string InputSource::ReadAll() const {
-  std::ifstream in(path_, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  if (!in && !in.eof()) FailInput("posctl: error: " + name_ + ": cannot read");
-  return text.str();
+InputStreamBuf::int_type InputStreamBuf::underflow() {
+  if (gptr() < egptr()) return traits_type::to_int_type(*gptr());
+  const ssize_t n = input_.ReadSome(nextBlock_, block_, sizeof block_);
+  if (n < 0) FailInput("posctl: error: " + input_.name() + ": " + std::strerror(errno));
+  if (n == 0) return traits_type::eof();
+  blockStart_ = nextBlock_;
+  nextBlock_ += static_cast<uint64_t>(n);
+  setg(block_, block_, block_ + n);
+  return traits_type::to_int_type(*gptr());
 }
 
 }  // namespace posctl

@@ -2,10 +2,11 @@
 
 #include <cmath>
 #include <cstdio>
-#include <memory>
+#include <istream>
 #include <nlohmann/json.hpp>
 #include <vector>
 
+#include "address.h"
 #include "diagnostics.h"
 #include "text_encoding.h"
 
@@ -52,25 +53,29 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
   size_t syntaxErrorOffset() const { return syntaxErrorOffset_; }
 
   bool null() override {
-    if (!options_.nullAs) {
+    if (options_.nullAs) return AddText(*options_.nullAs);
+    if (options_.forms == nullptr) {
       return Refuse("null at " + DescribeNextPath() +
                     " has no POS form (give --null-as STRING to read it as a string)");
     }
-    return AddText(*options_.nullAs);
+    if (options_.forms->nulls++ == 0) options_.forms->firstNullAddress = DescribeNextPath();
+    return AddText("null", "null");
   }
-  bool boolean(bool value) override { return AddText(value ? "true" : "false"); }
+  bool boolean(bool value) override {
+    return AddText(value ? "true" : "false", value ? "true" : "false");
+  }
 
   bool number_integer(number_integer_t value) override {
     const double stored = static_cast<double>(value);
     if (static_cast<long double>(stored) != static_cast<long double>(value)) {
-      NoteChangedInteger(std::to_string(value), stored);
+      return AddChangedInteger(std::to_string(value), stored);
     }
     return AddNumber(stored);
   }
   bool number_unsigned(number_unsigned_t value) override {
     const double stored = static_cast<double>(value);
     if (static_cast<long double>(stored) != static_cast<long double>(value)) {
-      NoteChangedInteger(std::to_string(value), stored);
+      return AddChangedInteger(std::to_string(value), stored);
     }
     return AddNumber(stored);
   }
@@ -84,7 +89,7 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
     if (text.find_first_of(".eE") == string_t::npos) {
       std::string digits = text[0] == '-' ? text.substr(1) : text;
       if (IntegerText(std::fabs(static_cast<long double>(value))) != digits) {
-        NoteChangedInteger(text, value);
+        return AddChangedInteger(text, value);
       }
     }
     return AddNumber(value);
@@ -158,23 +163,21 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
     if (level.isDict) return level.path.empty() ? level.key : level.path + "." + level.key;
     return level.path + "[" + std::to_string(level.index) + "]";
   }
-  static std::string DescribePath(const std::string& path) {
-    if (path.empty()) return "the top level";
-    // A path through hundreds of levels says no more than its end.
-    constexpr size_t kLongest = 80;
-    if (path.size() > kLongest) return "'..." + path.substr(path.size() - kLongest) + "'";
-    return "'" + path + "'";
-  }
   std::string DescribeNextPath() const { return DescribePath(NextPath()); }
 
-  void NoteChangedInteger(const std::string& text, double stored) {
-    if (warned_) return;
-    warned_ = true;
-    std::fprintf(stderr,
-                 "%s: warning: integers beyond 2^53 change on the way in, since every POS "
-                 "number is a double; the first is at %s: %s becomes %s\n",
-                 input_.name().c_str(), DescribeNextPath().c_str(), text.c_str(),
-                 IntegerText(stored).c_str());
+  // An edit keeps the integer's text; anything else says, once, that the
+  // value changed.
+  bool AddChangedInteger(const std::string& text, double stored) {
+    if (options_.warnChangedIntegers && !warned_) {
+      warned_ = true;
+      Warn(input_.name() +
+           ": integers beyond 2^53 change on the way in, since every POS number is a double; "
+           "the first is at " +
+           DescribeNextPath() + ": " + text + " becomes " + IntegerText(stored));
+    }
+    Ref number(procs_, procs_.posNumber.NewPOSNumber(stored));
+    if (number && options_.forms != nullptr) options_.forms->Keep(number, text);
+    return Add(number);
   }
 
   bool Open(bool isDict) {
@@ -194,7 +197,8 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
     return Add(number);
   }
 
-  bool AddText(const std::string& utf8) {
+  // `jsonForm` is the JSON text of a value that POS holds as a string.
+  bool AddText(const std::string& utf8, const char* jsonForm = nullptr) {
     const std::u32string text = DecodeUtf8(utf8);
     for (char32_t c : text) {
       if (c == 0) {
@@ -209,6 +213,9 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
       std::u16string units = ToUtf16(text);
       value = Ref(procs_, procs_.posUnicodeString.NewPOSUnicodeString(
                               reinterpret_cast<const uint16_t*>(units.c_str())));
+    }
+    if (value && jsonForm != nullptr && options_.forms != nullptr) {
+      options_.forms->Keep(value, jsonForm);
     }
     return Add(value);
   }
@@ -269,20 +276,30 @@ class PosBuilder : public nlohmann::json_sax<nlohmann::json> {
 }  // namespace
 
 Ref ReadJson(LibrarySession& session, const InputSource& input, const JsonInOptions& options) {
-  std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(input.path().c_str(), "rb"), std::fclose);
-  if (!file) FailInput("posctl: error: " + input.name() + ": cannot open");
   PosBuilder builder(session, input, options);
-  const bool ok = nlohmann::json::sax_parse(file.get(), &builder);
-  file.reset();
-  if (!ok) {
-    if (builder.syntaxError()) {
-      FailInput(FormatCaretDiagnostic(input.name(),
-                                      ExcerptFromFile(input.path(), builder.syntaxErrorOffset()),
-                                      builder.error()));
-    }
-    FailInput(input.name() + ": error: " + builder.error());
+  InputStreamBuf buffer(input);
+  std::istream stream(&buffer);
+  const bool ok = nlohmann::json::sax_parse(stream, &builder);
+  // The JSON library takes a NUL byte for the end of the input, and stops
+  // right behind it.
+  auto nulAt = [&](uint64_t offset) {
+    return input.ReadRange(offset, offset + 1) == std::string(1, '\0');
+  };
+  auto failAt = [&](uint64_t offset, const std::string& message) {
+    FailInput(FormatCaretDiagnostic(input.name(), ExcerptFromInput(input, offset), message));
+  };
+  if (ok) {
+    const uint64_t consumed = buffer.consumed();
+    if (consumed > 0 && nulAt(consumed - 1))
+      failAt(consumed - 1, "a NUL byte after the JSON value");
+    if (consumed < input.size()) failAt(consumed, "unexpected text after the JSON value");
+    return builder.TakeRoot();
   }
-  return builder.TakeRoot();
+  if (builder.syntaxError()) {
+    const uint64_t at = builder.syntaxErrorOffset();
+    failAt(at, nulAt(at) ? "a NUL byte, which JSON doesn't allow" : builder.error());
+  }
+  FailInput("posctl: error: " + input.name() + ": " + builder.error());
 }
 
 }  // namespace posctl

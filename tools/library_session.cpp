@@ -9,6 +9,8 @@
 namespace posctl {
 namespace {
 
+bool gVerbose = false;
+
 std::string FormatVersion(uint32_t version) {
   return std::to_string((version >> 16) & 0xFF) + "." + std::to_string((version >> 8) & 0xFF) +
          "." + std::to_string(version & 0xFF) + " (" + std::to_string(version) + ")";
@@ -29,7 +31,8 @@ std::unique_ptr<moxhost::LoadedLibrary> OpenLibrary() {
 
 LibrarySession::LibrarySession() {
   moxhost::Runtime& runtime = moxhost::Runtime::Get();
-  runtime.EchoReportsTo(stderr);
+  runtime.EchoReportsTo(nullptr);
+  reportsShown_ = runtime.Reports().size();
   library_ = OpenLibrary();
   if (!library_->Start()) {
     throw ToolError(kExitLibrary, "posctl: error: libMOXUtils did not start");
@@ -39,6 +42,18 @@ LibrarySession::LibrarySession() {
 
 LibrarySession::~LibrarySession() {
   library_.reset();
+  ShowReports();
+}
+
+void LibrarySession::SetVerbose(bool verbose) {
+  gVerbose = verbose;
+}
+
+void LibrarySession::ShowReports() {
+  const std::vector<std::string> all = moxhost::Runtime::Get().Reports();
+  for (; reportsShown_ < all.size(); ++reportsShown_) {
+    if (gVerbose) std::fprintf(stderr, "posctl: libMOXUtils: %s\n", all[reportsShown_].c_str());
+  }
 }
 
 void LibrarySession::BindAll() {

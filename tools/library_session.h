@@ -32,10 +32,17 @@ class LibrarySession {
 
   const Procs& procs() const { return procs_; }
 
-  // Reports the library sent to MOXReportError from now on; they are echoed
-  // to standard error as they arrive in any case.
+  // With --verbose, what the library sends to MOXReportError is shown as
+  // "posctl: libMOXUtils: TEXT"; otherwise posctl says in its own words what
+  // went wrong, and the library's text is only shown where posctl has none.
+  static void SetVerbose(bool verbose);
+
+  // Reports the library sent to MOXReportError from now on.
   void StartCollectingReports();
   std::vector<std::string> CollectedReports() const;
+  // With --verbose, prints the reports not shown yet. The session does this
+  // when it ends too, so that they come before the message of a failure.
+  void ShowReports();
 
   // The text of a runtime error, which is released.
   std::string TakeErrorText(MOXErrorRef error) const;
@@ -45,6 +52,7 @@ class LibrarySession {
   std::unique_ptr<moxhost::LoadedLibrary> library_;
   Procs procs_;
   size_t reportsBefore_ = 0;
+  size_t reportsShown_ = 0;
 };
 
 // "1.1.1 (65793)" from MOXUtilsGetVersion, read without starting the

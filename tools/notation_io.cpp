@@ -27,9 +27,10 @@ Ref ReadNotation(LibrarySession& session, const InputSource& input, size_t maxDe
   Ref object(procs, procs.posStatics.CreateFromText(text.c_str(), &stop));
   if (object) return object;
   if (stop == nullptr) {
-    // No syntax error: the library failed for another reason, which it has
-    // reported on standard error already.
-    FailInput(input.name() + ": error: the library could not build the object");
+    // No syntax error: the library failed for another reason.
+    const std::vector<std::string> reports = session.CollectedReports();
+    FailInput("posctl: error: " + input.name() + ": the library could not build the object" +
+              (reports.empty() ? std::string() : " (" + reports.back() + ")"));
   }
   const size_t offset = static_cast<size_t>(stop - text.c_str());
   fail(offset, scan.hasError && scan.errorOffset == offset ? scan.errorMessage : "syntax error");

@@ -39,7 +39,7 @@ enum class Level { kArray, kDict, kDictValue };
 struct OpenLevel {
   Level level;
   size_t opened;    // offset of the bracket, or of the key for a value
-  std::string key;  // for kDictValue: the key, as written, for messages
+  std::string key;  // for kDictValue: the key as written, made printable, for messages
 };
 
 class Scanner {
@@ -207,8 +207,7 @@ class Scanner {
         if (!isString) {
           return Fail(pos_, "a dictionary key must be a name or a parenthesised string");
         }
-        stack_.push_back(
-            {Level::kDictValue, start, std::string(text_.substr(start, pos_ - start))});
+        stack_.push_back({Level::kDictValue, start, Printable(text_.substr(start, pos_ - start))});
         return;
       case Level::kDictValue:
         stack_.pop_back();

@@ -1,10 +1,10 @@
 #include "pos_to_json.h"
 
 #include <cmath>
-#include <cstring>
 #include <nlohmann/json.hpp>
 #include <vector>
 
+#include "address.h"
 #include "diagnostics.h"
 #include "text_encoding.h"
 
@@ -14,19 +14,12 @@ namespace {
 constexpr size_t kFlushAt = 1 << 16;
 constexpr double kTwoTo63 = 9223372036854775808.0;
 
-// One step of the address of the value being written, kept as parts so that
-// the text is only made for a message.
-struct Step {
-  std::string key;
-  size_t index = 0;
-  bool isKey = false;
-};
-
 class JsonWriter {
  public:
   // With no `out` nothing is written: the walk only looks for values that
   // have no JSON form.
-  JsonWriter(const Procs& procs, FILE* out, const JsonOutOptions& options, const std::string& where)
+  JsonWriter(const Procs& procs, const TextSink* out, const JsonOutOptions& options,
+             const std::string& where)
       : procs_(procs), out_(out), options_(options), where_(where) {}
 
   void Write(MOXContainer object) {
@@ -43,9 +36,7 @@ class JsonWriter {
   }
   void Flush() {
     if (out_ == nullptr || buffer_.empty()) return;
-    if (std::fwrite(buffer_.data(), 1, buffer_.size(), out_) != buffer_.size()) {
-      FailInput("posctl: error: writing JSON: " + std::string(std::strerror(errno)));
-    }
+    (*out_)(buffer_);
     buffer_.clear();
   }
 
@@ -62,20 +53,14 @@ class JsonWriter {
   }
 
   [[noreturn]] void Refuse(const std::string& what) {
-    std::string path;
-    for (const Step& step : path_) {
-      if (step.isKey) {
-        path += (path.empty() ? "" : ".") + step.key;
-      } else {
-        path += "[" + std::to_string(step.index) + "]";
-      }
-    }
-    FailInput(where_ + ": error: " + what + " at " +
-              (path.empty() ? std::string("the top level") : "'" + path + "'") +
+    FailInput("posctl: error: " + where_ + ": " + what + " at " + path_.Describe() +
               " has no JSON form");
   }
 
   void Value(MOXContainer object, size_t depth) {
+    if (options_.forms != nullptr) {
+      if (const std::string* text = options_.forms->Find(object)) return Emit(*text);
+    }
     if (procs_.posNumber.IsPOSNumber(object)) return Number(procs_.posNumber.Get(object));
     if (procs_.posString.IsPOSString(object))
       return EmitString(Latin1ToUtf8(procs_.posString.Get(object)));
@@ -140,16 +125,16 @@ class JsonWriter {
     const uint32_t count = procs_.posArray.Count(array);
     if (count == 0) return Emit("[]");
     Emit("[");
-    path_.push_back(Step{});
+    path_.PushIndex();
     for (uint32_t i = 0; i < count; ++i) {
-      path_.back().index = i;
+      path_.SetIndex(i);
       if (i > 0) Emit(",");
       NewLine(depth + 1);
       MOXContainer member = procs_.posArray.GetAt(array, i);
       if (member == nullptr) Refuse("a hole");
       Value(member, depth + 1);
     }
-    path_.pop_back();
+    path_.Pop();
     NewLine(depth);
     Emit("]");
   }
@@ -160,12 +145,12 @@ class JsonWriter {
     procs_.posDictIterator.Begin(iterator.get());
     if (procs_.posDictIterator.IsDone(iterator.get())) return Emit("{}");
     Emit("{");
-    path_.push_back(Step{{}, 0, true});
+    path_.PushKey();
     bool first = true;
     for (; !procs_.posDictIterator.IsDone(iterator.get());
          procs_.posDictIterator.Next(iterator.get())) {
       const char* key = procs_.posDictIterator.CurKey(iterator.get());
-      path_.back().key = key;
+      path_.SetKey(key);
       if (!first) Emit(",");
       first = false;
       NewLine(depth + 1);
@@ -176,25 +161,25 @@ class JsonWriter {
       if (value == nullptr) Refuse("a key without a value");
       Value(value, depth + 1);
     }
-    path_.pop_back();
+    path_.Pop();
     NewLine(depth);
     Emit("}");
   }
 
   const Procs& procs_;
-  FILE* out_;
+  const TextSink* out_;
   const JsonOutOptions& options_;
   const std::string& where_;
   std::string buffer_;
-  std::vector<Step> path_;
+  ValuePath path_;
 };
 
 }  // namespace
 
-void WriteJson(LibrarySession& session, MOXContainer object, FILE* out,
+void WriteJson(LibrarySession& session, MOXContainer object, const TextSink& out,
                const JsonOutOptions& options, const std::string& where) {
   JsonWriter(session.procs(), nullptr, options, where).Write(object);
-  JsonWriter(session.procs(), out, options, where).Write(object);
+  JsonWriter(session.procs(), &out, options, where).Write(object);
 }
 
 }  // namespace posctl

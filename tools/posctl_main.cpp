@@ -10,9 +10,7 @@ int main(int argc, char** argv) {
     return posctl::RunCommandLine(argc, argv);
   } catch (const posctl::ToolError& error) {
     std::fflush(stdout);
-    std::string text = error.what();
-    if (text.empty() || text.back() != '\n') text += '\n';
-    std::fputs(text.c_str(), stderr);
+    posctl::PrintError(error);
     return error.status();
   } catch (const std::bad_alloc&) {
     std::fputs("posctl: error: out of memory\n", stderr);

@@ -1,41 +1,42 @@
-// Streams of the runtime, which is where the streamer reads and writes: file
-// streams for named files, and a client stream that passes what the streamer
-// writes on to standard output as it comes.
+// Streams of the runtime, which is where the streamer reads and writes:
+// client streams over posctl's own inputs and outputs, so that the library
+// reads an input that has no name (a copy of standard input) as well as a
+// file, and what it writes goes through the output's safe replace.
 #ifndef POSCTL_RUNTIME_STREAMS_H_
 #define POSCTL_RUNTIME_STREAMS_H_
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 
+#include "input_source.h"
 #include "library_session.h"
+#include "output_file.h"
 
 namespace posctl {
 
 class RuntimeStream {
  public:
-  // A positionable file stream of the runtime; `mode` is an fopen mode.
-  static RuntimeStream OpenFile(LibrarySession& session, const std::string& path, const char* mode);
-  // A stream whose writes go to `out`, which stays open. Positions count the
-  // bytes written; it can't be read or moved.
-  static RuntimeStream ToFile(LibrarySession& session, FILE* out);
+  // A positionable stream that reads `input`, which must outlive it.
+  static RuntimeStream FromInput(LibrarySession& session, const InputSource& input);
+  // A stream whose writes go to `out`, which must outlive it. Positions
+  // count the bytes written; it can't be read or moved.
+  static RuntimeStream ToOutput(LibrarySession& session, OutputFile& out);
 
   MOXContainer handle() const { return stream_.get(); }
 
-  // Each throws ToolError with the runtime's text on failure.
+  // Each throws ToolError on failure.
   uint64_t Read(void* buffer, uint64_t size);
-  void Write(const void* data, uint64_t size);
   int64_t Position();
   void SeekTo(int64_t position);
 
  private:
-  RuntimeStream(LibrarySession& session, MOXContainer stream);
-  void Check(MOXErrorRef error, const char* what);
+  RuntimeStream(LibrarySession& session, MOXContainer stream, std::string name);
+  void Check(MOXErrorRef error);
 
   LibrarySession* session_;
   Ref stream_;
+  std::string name_;
   MOXSimpleStreamReadProc read_ = nullptr;
-  MOXSimpleStreamWriteProc write_ = nullptr;
   MOXPositionableStreamMarkProc mark_ = nullptr;
   MOXPositionableStreamSeekProc seek_ = nullptr;
 };

@@ -1,10 +1,8 @@
 #include "text_encoding.h"
 
 namespace posctl {
-namespace {
 
-// Length of the well-formed UTF-8 sequence at `at`, or 0.
-size_t Utf8SequenceLength(std::string_view bytes, size_t at, char32_t* codePoint) {
+size_t Utf8SequenceAt(std::string_view bytes, size_t at, char32_t* codePoint) {
   const unsigned char lead = static_cast<unsigned char>(bytes[at]);
   size_t length;
   char32_t value;
@@ -38,14 +36,12 @@ size_t Utf8SequenceLength(std::string_view bytes, size_t at, char32_t* codePoint
   return length;
 }
 
-}  // namespace
-
 std::u32string DecodeUtf8(std::string_view utf8) {
   std::u32string out;
   out.reserve(utf8.size());
   for (size_t at = 0; at < utf8.size();) {
     char32_t codePoint;
-    size_t length = Utf8SequenceLength(utf8, at, &codePoint);
+    size_t length = Utf8SequenceAt(utf8, at, &codePoint);
     if (length == 0) {
       codePoint = static_cast<unsigned char>(utf8[at]);
       length = 1;
@@ -130,7 +126,7 @@ std::string BytesToUtf8(std::string_view bytes) {
   out.reserve(bytes.size());
   for (size_t at = 0; at < bytes.size();) {
     char32_t codePoint;
-    size_t length = Utf8SequenceLength(bytes, at, &codePoint);
+    size_t length = Utf8SequenceAt(bytes, at, &codePoint);
     if (length == 0) {
       AppendUtf8(static_cast<unsigned char>(bytes[at]), &out);
       ++at;

@@ -10,6 +10,10 @@
 
 namespace posctl {
 
+// The length of the well-formed UTF-8 sequence at `at`, with its code point
+// in `codePoint`; 0 when the bytes there are no UTF-8.
+size_t Utf8SequenceAt(std::string_view bytes, size_t at, char32_t* codePoint);
+
 // Code points of well-formed UTF-8, as JSON parsers hand it over.
 std::u32string DecodeUtf8(std::string_view utf8);
 void AppendUtf8(char32_t codePoint, std::string* out);

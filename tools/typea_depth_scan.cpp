@@ -1,5 +1,6 @@
 #include "typea_depth_scan.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -25,14 +26,13 @@ constexpr char kDictEscapes[] = "\\\\>>";
 
 class BlockReader {
  public:
-  explicit BlockReader(const std::string& path) : file_(std::fopen(path.c_str(), "rb")) {
-    if (file_ == nullptr) FailInput(path + ": cannot open: " + std::strerror(errno));
-  }
-  ~BlockReader() { std::fclose(file_); }
+  explicit BlockReader(const InputSource& input) : input_(input) {}
 
   bool Next(unsigned char* byte) {
     if (at_ == size_) {
-      size_ = std::fread(block_, 1, sizeof block_, file_);
+      const ssize_t n = input_.ReadSome(offset_, block_, sizeof block_);
+      if (n < 0) FailInput("posctl: error: " + input_.name() + ": " + std::strerror(errno));
+      size_ = static_cast<size_t>(n);
       at_ = 0;
       if (size_ == 0) return false;
     }
@@ -44,7 +44,7 @@ class BlockReader {
   uint64_t offset() const { return offset_; }
 
  private:
-  FILE* file_;
+  const InputSource& input_;
   char block_[1 << 16];
   size_t size_ = 0;
   size_t at_ = 0;
@@ -68,7 +68,7 @@ struct Frame {
 
 class Scanner {
  public:
-  Scanner(const std::string& path, size_t maxDepth) : in_(path), maxDepth_(maxDepth) {}
+  Scanner(const InputSource& input, size_t maxDepth) : in_(input), maxDepth_(maxDepth) {}
 
   TypeADepthScan Run() {
     while (ReadStreamHeader() && ReadTopObject()) {
@@ -217,8 +217,8 @@ class Scanner {
 
 }  // namespace
 
-TypeADepthScan ScanTypeADepth(const std::string& path, size_t maxDepth) {
-  return Scanner(path, maxDepth).Run();
+TypeADepthScan ScanTypeADepth(const InputSource& input, size_t maxDepth) {
+  return Scanner(input, maxDepth).Run();
 }
 
 }  // namespace posctl

@@ -9,7 +9,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
+
+#include "input_source.h"
 
 namespace posctl {
 
@@ -22,7 +23,7 @@ struct TypeADepthScan {
 // Follows the streams of the file one after another, with whitespace allowed
 // between them. The pass stops quietly where the library's reader would
 // refuse the input, since nothing beyond that point is ever read.
-TypeADepthScan ScanTypeADepth(const std::string& path, size_t maxDepth);
+TypeADepthScan ScanTypeADepth(const InputSource& input, size_t maxDepth);
 
 }  // namespace posctl
 

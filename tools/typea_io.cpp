@@ -2,6 +2,7 @@
 
 #include "diagnostics.h"
 #include "typea_depth_scan.h"
+#include "typea_errors.h"
 
 namespace posctl {
 namespace {
@@ -10,13 +11,6 @@ namespace {
 // position arithmetic, which breaks past 2 GiB.
 constexpr uint64_t kLargestReadableInput = (uint64_t{1} << 31) - 1;
 
-std::string JoinReports(const std::vector<std::string>& reports, const char* fallback) {
-  if (reports.empty()) return fallback;
-  std::string text;
-  for (const std::string& report : reports) text += (text.empty() ? "" : "; ") + report;
-  return text;
-}
-
 Ref NewStreamer(LibrarySession& session) {
   const Procs& procs = session.procs();
   Ref streamer(procs, procs.posStreamer.NewPOSStreamer());
@@ -24,19 +18,27 @@ Ref NewStreamer(LibrarySession& session) {
   return streamer;
 }
 
+void FailAt(const InputSource& input, uint64_t offset, const std::string& message) {
+  FailInput(FormatCaretDiagnostic(input.name(), ExcerptFromInput(input, offset), message));
+}
+
 // Refuses what the library can't read safely before it sees a byte of it.
 RuntimeStream OpenCheckedInput(LibrarySession& session, const InputSource& input, size_t maxDepth) {
   if (input.size() > kLargestReadableInput) {
-    FailInput(input.name() +
-              ": error: TypeA input of 2 GiB or more can't be read: the streamer keeps its "
-              "stream positions in 32 bits");
+    FailInput("posctl: error: " + input.name() +
+              ": TypeA input of 2 GiB or more can't be read: the streamer keeps its stream "
+              "positions in 32 bits");
   }
-  TypeADepthScan scan = ScanTypeADepth(input.path(), maxDepth);
+  TypeADepthScan scan = ScanTypeADepth(input, maxDepth);
   if (scan.tooDeep) {
-    FailInput(input.name() + ": error at byte " + std::to_string(scan.tooDeepOffset) +
-              ": nesting deeper than " + std::to_string(maxDepth) + " levels (see --max-depth)");
+    FailAt(input, scan.tooDeepOffset,
+           "nesting deeper than " + std::to_string(maxDepth) + " levels (see --max-depth)");
   }
-  return RuntimeStream::OpenFile(session, input.path(), "rb");
+  return RuntimeStream::FromInput(session, input);
+}
+
+std::string Objects(size_t count) {
+  return std::to_string(count) + (count == 1 ? " TypeA object" : " TypeA objects");
 }
 
 }  // namespace
@@ -70,33 +72,52 @@ Ref TypeAReader::Next() {
   const Procs& procs = session_.procs();
   Ref object(procs, procs.posStreamer.Deserialize(streamer_.get(), stream_.handle()));
   if (!object) {
-    const std::string message =
-        JoinReports(session_.CollectedReports(), "the streamer read nothing");
-    FailInput(input_.name() + ": error at byte " + std::to_string(stream_.Position()) + ": " +
-              message);
+    const TypeAFailure failure =
+        ExplainTypeAFailure(session_.CollectedReports(), input_, static_cast<uint64_t>(lastStart_),
+                            static_cast<uint64_t>(stream_.Position()));
+    FailAt(input_, failure.offset, failure.message);
   }
   return object;
 }
 
-Ref ReadSingleTypeA(LibrarySession& session, const InputSource& input, size_t maxDepth) {
+TypeAObject ReadTypeAObject(LibrarySession& session, const InputSource& input, size_t maxDepth,
+                            std::optional<size_t> which) {
   TypeAReader reader(session, input, maxDepth);
-  Ref object = reader.Next();
-  if (!object) FailInput(input.name() + ": error: no TypeA stream in the input");
-  const int64_t end = reader.Position();
-  if (reader.Next()) {
-    FailInput(input.name() + ": error at byte " + std::to_string(end) +
-              ": another TypeA stream follows the first (use 'posctl cat' to read them all)");
+  TypeAObject chosen;
+  size_t count = 0;
+  // A chosen object is read up to itself: what comes after it is not
+  // looked at. Without a choice the whole input is, to count its objects.
+  while (Ref object = reader.Next()) {
+    if (count++ == which.value_or(0)) {
+      chosen.object = object;
+      chosen.start = static_cast<uint64_t>(reader.lastStart());
+      chosen.end = static_cast<uint64_t>(reader.Position());
+      if (which) return chosen;
+    }
   }
-  return object;
+  if (count == 0) FailInput("posctl: error: " + input.name() + ": no TypeA stream in the input");
+  if (!which && count > 1) {
+    FailInput("posctl: error: " + input.name() + ": holds " + Objects(count) +
+              "; name one with --object 0.." + std::to_string(count - 1) +
+              " (or read them all with 'posctl cat')");
+  }
+  if (which && *which >= count) {
+    FailInput("posctl: error: " + input.name() + ": holds " + Objects(count) + ", so --object " +
+              std::to_string(*which) + " names none of them");
+  }
+  return chosen;
 }
 
-void WriteTypeA(LibrarySession& session, RuntimeStream& out, MOXContainer object) {
+void WriteTypeA(LibrarySession& session, OutputFile& out, MOXContainer object) {
   const Procs& procs = session.procs();
   Ref streamer = NewStreamer(session);
+  RuntimeStream stream = RuntimeStream::ToOutput(session, out);
   session.StartCollectingReports();
-  if (!procs.posStreamer.Serialize(streamer.get(), out.handle(), object, nullptr)) {
-    FailInput("posctl: error: writing TypeA failed: " +
-              JoinReports(session.CollectedReports(), "the streamer gave no reason"));
+  if (!procs.posStreamer.Serialize(streamer.get(), stream.handle(), object, nullptr)) {
+    if (out.failed()) out.ThrowFailure();
+    const std::vector<std::string> reports = session.CollectedReports();
+    FailInput("posctl: error: " + out.name() + ": the library could not write TypeA" +
+              (reports.empty() ? std::string() : " (" + reports.back() + ")"));
   }
 }
 

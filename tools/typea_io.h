@@ -3,14 +3,16 @@
 #define POSCTL_TYPEA_IO_H_
 
 #include <cstdint>
+#include <optional>
 
 #include "input_source.h"
 #include "library_session.h"
+#include "output_file.h"
 #include "runtime_streams.h"
 
 namespace posctl {
 
-// Reads the TypeA streams of a file one after another. Whitespace between
+// Reads the TypeA streams of an input one after another. Whitespace between
 // streams is skipped, so that files joined with line feeds read as well.
 class TypeAReader {
  public:
@@ -19,8 +21,8 @@ class TypeAReader {
   TypeAReader(LibrarySession& session, const InputSource& input, size_t maxDepth);
 
   // The next object, or an empty Ref at the end of the input. A stream the
-  // library refuses throws ToolError with the library's report and the byte
-  // offset where it stopped reading.
+  // library refuses throws ToolError: "name:line:column: error: ..." where
+  // the library stopped reading, with the line and a caret.
   Ref Next();
   // Byte offset where the object last returned began.
   int64_t lastStart() const { return lastStart_; }
@@ -37,11 +39,21 @@ class TypeAReader {
   int64_t lastStart_ = 0;
 };
 
-// Reads exactly one object; more streams after it are refused, naming `cat`.
-Ref ReadSingleTypeA(LibrarySession& session, const InputSource& input, size_t maxDepth);
+// One object of a TypeA input, and the bytes its stream takes there.
+struct TypeAObject {
+  Ref object;
+  uint64_t start = 0;
+  uint64_t end = 0;
+};
 
-// Writes `object` as one TypeA stream: the version name, a space, the object.
-void WriteTypeA(LibrarySession& session, RuntimeStream& out, MOXContainer object);
+// The object at index `which` (from 0) of the input's streams; without
+// `which` the input must hold exactly one. Throws ToolError otherwise.
+TypeAObject ReadTypeAObject(LibrarySession& session, const InputSource& input, size_t maxDepth,
+                            std::optional<size_t> which);
+
+// Writes `object` to `out` as one TypeA stream: the version name, a space,
+// the object, and nothing after it.
+void WriteTypeA(LibrarySession& session, OutputFile& out, MOXContainer object);
 
 }  // namespace posctl
 

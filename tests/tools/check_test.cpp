@@ -1,6 +1,5 @@
 // check: the verdict on well-formed input, and the diagnostics of broken
-// input in each format: file:line:column and a caret for text notation and
-// JSON, the library's message and the byte offset for TypeA.
+// input in each format: file:line:column, the line and a caret.
 #include <gtest/gtest.h>
 
 #include <tuple>
@@ -10,18 +9,30 @@
 namespace posctl_test {
 namespace {
 
-TEST(Check, WellFormedInputSaysSoOnStandardOutput) {
-  const std::vector<std::pair<std::string, std::string>> cases = {
-      {"examples/settings.pos", "well formed text notation"},
-      {"examples/settings.json", "well formed JSON"},
-      {"tests/tools/expected/settings.typea", "well formed TypeA, 1 object"},
-      {"tests/tools/data/typea/two_streams.typea", "well formed TypeA, 2 objects"},
-  };
-  for (const auto& [file, verdict] : cases) {
-    Result result = RunPosctl({"check", file});
-    EXPECT_EQ(result.status, 0) << file << ": " << result.err;
-    EXPECT_EQ(result.out, file + ": " + verdict + "\n");
-    EXPECT_EQ(result.err, "");
+// Several files in one run, each reported; null is well formed JSON, and a
+// note says what it takes to read it. -q leaves the exit status alone.
+TEST(Check, EachFileIsReportedAndQuietSaysNothing) {
+  const std::vector<std::string> files = {
+      "examples/settings.pos", "examples/settings.json", "tests/tools/expected/settings.typea",
+      "tests/tools/data/typea/two_streams.typea", "tests/tools/data/json/null.json"};
+  Result result = RunPosctl({"check", files[0], files[1], files[2], files[3], files[4]});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out, files[0] + ": well formed text notation\n" + files[1] +
+                            ": well formed JSON\n" + files[2] + ": well formed TypeA, 1 object\n" +
+                            files[3] + ": well formed TypeA, 2 objects\n" + files[4] +
+                            ": well formed JSON\n");
+  ExpectMatchesFile(result.err, "check/null.json.stderr");
+
+  const std::string broken = "tests/tools/data/notation/empty.pos";
+  Result mixed = RunPosctl({"check", files[0], broken, files[1]});
+  EXPECT_EQ(mixed.status, 1);
+  EXPECT_EQ(mixed.out,
+            files[0] + ": well formed text notation\n" + files[1] + ": well formed JSON\n");
+  EXPECT_EQ(mixed.err, ReadFile(SourcePath("tests/tools/expected/check/empty.pos.stderr")));
+  for (const auto& [file, status] : {std::pair{files[4], 0}, std::pair{broken, 1}}) {
+    Result quiet = RunPosctl({"check", "-q", files[0], file});
+    EXPECT_EQ(quiet.status, status) << file;
+    EXPECT_EQ(quiet.out + quiet.err, "") << file;
   }
 }
 
@@ -39,7 +50,8 @@ TEST(Check, BrokenInputExitsOneWithItsDiagnostic) {
       "notation/unterminated_string.pos",
       "notation/empty.pos",
       "notation/stray_bracket.pos",
-      "notation/json_text.pos",  // JSON read as notation fails at the first comma
+      "notation/json_text.pos",     // JSON read as notation fails at the first comma
+      "notation/control_char.pos",  // control bytes are shown escaped
       "typea/bad_number.typea",
       "typea/missing_value.typea",
       "typea/bad_escape.typea",
@@ -47,9 +59,11 @@ TEST(Check, BrokenInputExitsOneWithItsDiagnostic) {
       "typea/truncated.typea",
       "typea/raw_pointer.typea",
       "typea/bad_second_stream.typea",
+      "typea/control_in_version.typea",
       "json/syntax.json",
-      "json/null.json",
       "json/nul_char.json",
+      "json/nul_after_number.json",  // a NUL byte is no end of the input
+      "json/nul_inside.json",
       "json/bad_bindata.json",
       "json/huge_number.json"};
   for (const std::string& file : files) {

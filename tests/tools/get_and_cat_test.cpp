@@ -41,15 +41,38 @@ TEST(Get, NothingThereExitsOneAndSaysWhatIsThere) {
       {"appearance.fonts[0].colour", "'appearance.fonts[0]' is a dictionary of 4 keys"},
       {"window.width.px", "'window.width' is a number"},
       {"nosuchkey", "the top level is a dictionary of 12 keys"},
-      {"editor.rulers[x]", "'editor.rulers' is an array of 3 members"},
   };
   for (const auto& [address, why] : cases) {
     Result result = RunPosctl({"get", address, "examples/settings.pos"});
     EXPECT_EQ(result.status, 1) << address;
     EXPECT_EQ(result.out, "") << address;
     EXPECT_EQ(result.err,
-              "examples/settings.pos: error: nothing at '" + address + "' (" + why + ")\n");
+              "posctl: error: examples/settings.pos: nothing at '" + address + "' (" + why + ")\n");
   }
+}
+
+// JSON Pointers reach the same values, and keys that DeepGet can't name;
+// --raw gives a string's text (or a number's digits) alone, as UTF-8.
+TEST(Get, PointersAndRawText) {
+  const std::string path = TempPath("keys.json");
+  WriteFile(path, R"({"a.b": {"c[0]": "dotted"}, "~/": [10, "\u20ac"]})");
+  const std::vector<std::vector<std::string>> cases = {
+      {"-p", "/appearance/fonts/1/family", "examples/settings.pos", "\"Book Serif\""},
+      {"--raw", "appearance.fonts[1].family", "examples/settings.json", "Book Serif"},
+      {"--raw", "i18n.currencySymbols.eur", "examples/settings.pos", "\u20ac"},
+      {"--raw", "window.opacity", "examples/settings.json", "0.97"},
+      {"-p", "/a.b/c[0]", path, "\"dotted\""},
+      {"-p", "/~0~1/0", path, "#10 "},
+  };
+  for (const auto& c : cases) {
+    Result result = RunPosctl({"get", c[0], c[1], c[2]});
+    EXPECT_EQ(result.status, 0) << c[1] << ": " << result.err;
+    EXPECT_EQ(result.out, (c[0] == "--raw" ? "" : kMagic) + c[3]) << c[1];
+  }
+  // The empty pointer is the top level, here of the second of two streams.
+  Result top = RunPosctl(
+      {"get", "--raw", "-p", "", "--object", "1", "tests/tools/data/typea/two_streams.typea"});
+  EXPECT_EQ(top.out, "second") << top.err;
 }
 
 // Addresses start at a dictionary; an array at the top level is reached with

@@ -59,8 +59,8 @@ TEST(JsonMapping, IntegersBeyond2To53AreReportedOncePerInput) {
       {"convert", "--to", "json", "--compact", "tests/tools/data/json/big_integers.json"});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err,
-            "tests/tools/data/json/big_integers.json: warning: integers beyond 2^53 change on the "
-            "way in, since every POS number is a double; the first is at 'ids[1]': "
+            "posctl: warning: tests/tools/data/json/big_integers.json: integers beyond 2^53 change "
+            "on the way in, since every POS number is a double; the first is at 'ids[1]': "
             "9007199254740993 becomes 9007199254740992\n");
   EXPECT_EQ(result.out,
             "{\"ids\":[9007199254740992,9007199254740992,1.8446744073709552e+19,"
@@ -72,15 +72,16 @@ TEST(JsonMapping, ValuesWithoutJsonFormAreRefusedBeforeAnythingIsWritten) {
   EXPECT_EQ(infinity.status, 1);
   EXPECT_EQ(infinity.out, "");
   EXPECT_EQ(infinity.err,
-            "tests/tools/data/typea/infinity.typea: error: infinity at 'big' has no JSON form\n");
+            "posctl: error: tests/tools/data/typea/infinity.typea: infinity at 'big' has no JSON "
+            "form\n");
 
   const std::string lone = TempPath("lone.pos");
   WriteFile(lone, "<list [ok `0041D800`]>");
   Result surrogate = RunPosctl({"convert", "--to", "json", lone});
   EXPECT_EQ(surrogate.status, 1);
   EXPECT_EQ(surrogate.out, "");
-  EXPECT_EQ(surrogate.err, lone +
-                               ": error: an unpaired surrogate (unit 1) of a Unicode string at "
+  EXPECT_EQ(surrogate.err, "posctl: error: " + lone +
+                               ": an unpaired surrogate (unit 1) of a Unicode string at "
                                "'list[1]' has no JSON form\n");
 }
 

@@ -36,9 +36,10 @@ TEST(Limits, DefaultDepthOf512IsAcceptedAnd513RefusedInEveryFormat) {
     Result refused = RunPosctl({"check", deep});
     EXPECT_EQ(refused.status, 1) << extension;
     EXPECT_EQ(refused.out, "");
-    // Messages start with the file name, which differs from run to run.
-    ASSERT_EQ(refused.err.substr(0, deep.size()), deep);
-    refusals += refused.err.substr(deep.size());
+    // The file name differs from run to run.
+    std::string err = refused.err;
+    err.replace(err.find(deep), deep.size(), "FILE");
+    refusals += err;
   }
   ExpectMatchesFile(refusals, "depth_513.stderr");
 }
@@ -59,7 +60,7 @@ TEST(Limits, MaxDepthOptionMovesTheLimitAndCountsOnlyWhatOpens) {
       {"strings.json", "[\"" + brackets + "\"]", "1", ""},
       {"escaped.typea", kMagic + std::string("[\\133\\133]]]"), "3", ""},
       {"escaped.typea", kMagic + std::string("[\\133\\133]]]"), "2",
-       "error at byte 33: nesting deeper than 2 levels"},
+       ":1:34: error: nesting deeper than 2 levels"},
   };
   for (const auto& c : cases) {
     const std::string path = TempPath(c.name);

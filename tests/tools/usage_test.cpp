@@ -11,7 +11,8 @@ TEST(Usage, HelpAndVersionExitZero) {
   Result help = RunPosctl({"--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_NE(help.out.find("Exit status"), std::string::npos) << help.out;
-  for (const std::string command : {"convert", "get", "cat", "check"}) {
+  for (const std::string command :
+       {"convert", "get", "keys", "type", "set", "delete", "cat", "check"}) {
     EXPECT_NE(help.out.find(command), std::string::npos) << command;
     Result result = RunPosctl({command, "--help"});
     EXPECT_EQ(result.status, 0) << command;
@@ -33,14 +34,19 @@ TEST(Usage, BadUsageExitsTwoWithAMessage) {
       {"check", "--max-depth", "100000", "examples/settings.pos"},
       {"check", "--no-such-option", "examples/settings.pos"},
       {"cat", "a.typea", "b.typea"},
+      {"set", "a", "examples/settings.pos"},
+      {"keys", "a", "b", "examples/settings.pos"},
+      {"get", "--raw", "--json", "a", "examples/settings.pos"},
+      {"get", "a[1]b", "examples/settings.pos"},
+      {"delete", "-p", "a", "examples/settings.pos"},
   };
   for (const auto& args : badLines) {
     Result result = RunPosctl(args);
     std::string line;
     for (const std::string& arg : args) line += arg + " ";
     EXPECT_EQ(result.status, 2) << line;
-    EXPECT_FALSE(result.err.empty()) << line;
-    EXPECT_TRUE(result.out.empty() || result.out.find("Usage") != std::string::npos) << line;
+    EXPECT_EQ(result.err.rfind("posctl: error: ", 0), 0u) << line << ": " << result.err;
+    EXPECT_EQ(result.out, "") << line;
   }
 }
 
@@ -49,6 +55,9 @@ TEST(Usage, AMissingFileIsBadInputAndAMissingLibraryExitsThree) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err,
             "posctl: error: tests/tools/data/no_such_file.pos: No such file or directory\n");
+  Result edit = RunPosctl({"set", "a", "1", "tests/tools/data/no_such_file.pos"});
+  EXPECT_EQ(edit.status, 1);
+  EXPECT_EQ(edit.err, result.err);
   RunOptions options;
   options.env = {{"MOXUTILS_LIBRARY", "/nonexistent/libMOXUtils.so"}};
   Result noLibrary = RunPosctl({"check", "examples/settings.pos"}, options);
