@@ -11,6 +11,7 @@
 #include "MOXUtilsFileProcs.h"
 #include "POSProcs.h"
 #include "POSStreamerProcs.h"
+#include "POSValidatorProcs.h"
 
 _Static_assert(sizeof(bool) == 1, "truth values cross as one byte");
 _Static_assert(sizeof(MOXPrimaryInstanceRecord) == 3 * sizeof(void*),
@@ -64,6 +65,11 @@ static const struct {
     {POS_STREAMER_INTERFACE_NAME, POS_STREAMER_INTERFACE_METHODS(MOX_TEST_PAIR),
      " NewPOSStreamer POSStreamerNewPOSStreamerProc Serialize POSStreamerSerializeProc Deserialize "
      "POSStreamerDeserializeProc"},
+    {POS_VALIDATOR_INTERFACE_NAME, POS_VALIDATOR_INTERFACE_METHODS(MOX_TEST_PAIR),
+     " Validate POSValidatorValidateProc"},
+    {POS_STRUCT_VALIDATOR_INTERFACE_NAME, POS_STRUCT_VALIDATOR_INTERFACE_METHODS(MOX_TEST_PAIR),
+     " NewPOSStructValidator POSStructValidatorNewStructValidatorProc RegisterCallbackProc "
+     "POSStructValidatorRegisterCallbackProc ValidateSchema POSStructValidatorValidateSchemaProc"},
     {MOX_UTILS_DIR_INTERFACE_NAME, MOX_UTILS_DIR_INTERFACE_METHODS(MOX_TEST_PAIR),
      " GetTempDir MOXUtilsDirGetTempDir GetCurrent MOXUtilsDirGetCurrent NewMOXUtilsDir "
      "MOXUtilsDirNewMOXUtilsDir FileExists MOXUtilsDirFileExists Delete MOXUtilsDirDelete Rename "

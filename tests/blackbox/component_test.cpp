@@ -214,10 +214,11 @@ void* RecordingLookup(const char* interfaceName, const char* method, const char*
   return procedure;
 }
 
-// The object model first, the streamer that builds on it after, then the file
-// utilities; at stop the file utilities first, then the streamer, then the
-// object model in the order of its registration.
-TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackTopLayerFirst) {
+// The object model first, the streamer and the validator that build on it
+// after, then the file utilities; at stop the file utilities first, then the
+// validator, then the streamer, then the object model in the order of its
+// registration.
+TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackClientsFirst) {
   library_->Stop();
   gCalls.clear();
   ASSERT_EQ(library_->StartWith(&RecordingLookup), 1u);
@@ -238,6 +239,8 @@ TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackTopLayerFi
                                                              {"POSDictInterface", 6},
                                                              {"POSDictIteratorInterface", 5},
                                                              {"POSStreamerInterface", 3},
+                                                             {"POSValidatorInterface", 1},
+                                                             {"POSStructValidatorInterface", 3},
                                                              {"MOXUtilsDirInterface", 8},
                                                              {"MOXUtilsTempFileStreamFactory", 1}};
   EXPECT_EQ(tables, expected);
@@ -251,8 +254,9 @@ TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackTopLayerFi
   library_->Stop();
   ASSERT_GE(gCalls.size(), expected.size());
   Strings stopped = {"-MOXUtilsDirInterface", "-MOXUtilsTempFileStreamFactory",
+                     "-POSStructValidatorInterface", "-POSValidatorInterface",
                      "-POSStreamerInterface"};
-  for (size_t i = 0; i + 3 < expected.size(); ++i) stopped.push_back("-" + expected[i].first);
+  for (size_t i = 0; i + 5 < expected.size(); ++i) stopped.push_back("-" + expected[i].first);
   EXPECT_EQ(Strings(gCalls.end() - expected.size(), gCalls.end()), stopped);
   EXPECT_EQ(Runtime::LookupProc()("POSDictInterface", "Get", "POSDictGetProc"), nullptr);
   // Started again, the library fetches its tables anew.

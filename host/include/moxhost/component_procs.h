@@ -24,6 +24,7 @@
 #include "MOXUtilsFileProcs.h"
 #include "POSProcs.h"
 #include "POSStreamerProcs.h"
+#include "POSValidatorProcs.h"
 
 // The interfaces of the catalogue: X(member, name macro, method list).
 #define MOXHOST_CATALOGUE_INTERFACES(X)                                                        \
@@ -38,12 +39,16 @@
   X(posDict, POS_DICT_INTERFACE_NAME, POS_DICT_INTERFACE_METHODS)                              \
   X(posDictIterator, POS_DICT_ITERATOR_INTERFACE_NAME, POS_DICT_ITERATOR_INTERFACE_METHODS)    \
   X(posStreamer, POS_STREAMER_INTERFACE_NAME, POS_STREAMER_INTERFACE_METHODS)                  \
+  X(posValidator, POS_VALIDATOR_INTERFACE_NAME, POS_VALIDATOR_INTERFACE_METHODS)               \
+  X(posStructValidator, POS_STRUCT_VALIDATOR_INTERFACE_NAME,                                   \
+    POS_STRUCT_VALIDATOR_INTERFACE_METHODS)                                                    \
   X(utilsDir, MOX_UTILS_DIR_INTERFACE_NAME, MOX_UTILS_DIR_INTERFACE_METHODS)                   \
   X(tempFileStreamFactory, MOX_UTILS_TEMP_FILE_STREAM_FACTORY_NAME,                            \
     MOX_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS)                                                \
   X(container, MOX_CONTAINER_INTERFACE_NAME, MOX_CONTAINER_INTERFACE_METHODS)                  \
   X(string, MOX_STRING_INTERFACE_NAME, MOX_STRING_INTERFACE_METHODS)                           \
   X(error, MOX_ERROR_INTERFACE_NAME, MOX_ERROR_INTERFACE_METHODS)                              \
+  X(sharedBuffer, MOX_SHARED_BUFF_INTERFACE_NAME, MOX_SHARED_BUFF_INTERFACE_METHODS)           \
   X(streamFactory, MOX_STREAM_FACTORY_INTERFACE_NAME, MOX_STREAM_FACTORY_INTERFACE_METHODS)
 
 namespace moxhost {
