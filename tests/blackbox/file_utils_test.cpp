@@ -138,5 +138,30 @@ TEST_F(ForeignFileUtils, AFactoryStreamIsWrittenAndReadBackThroughACopyThatOutli
   p.container.Release(copy);
 }
 
+// Directory and validator handles carry the same names, deliberately; each
+// kind's methods refuse the other's handles.
+TEST_F(ForeignFileUtils, DirectoriesAndValidatorsRefuseEachOthersHandles) {
+  {
+    const POSProcs::Atom type{p, p.string.NewStringAtom("A")};
+    MOXContainer schema = p.Keep(p.posStatics.CreateFromText("< A < category string > >", nullptr));
+    MOXContainer validator = p.Keep(p.posStructValidator.NewPOSStructValidator(schema));
+    ASSERT_NE(validator, nullptr);
+    MOXContainer dir = nullptr;
+    ASSERT_EQ(Outcome(p, p.utilsDir.GetTempDir(&dir)), "");
+    p.Keep(dir);
+    uint8_t exists = 2;
+    EXPECT_EQ(Outcome(p, p.utilsDir.FileExists(&exists, validator, type.atom)),
+              " 0: invalid container");
+    EXPECT_EQ(exists, 0);
+    EXPECT_FALSE(p.posValidator.Validate(dir, schema, type.atom, nullptr));
+    EXPECT_EQ(Runtime::Get().Reports(), Names{"invalid container"});
+    Runtime::Get().ClearReports();
+    for (MOXContainer object : {dir, validator, schema}) p.container.Release(object);
+  }
+  // The object model's method tables stay from their first use on; the stop
+  // gives them back with everything else, which the fixture checks.
+  started_ = Runtime::Get().Counts();
+}
+
 }  // namespace
 }  // namespace moxtest
