@@ -19,10 +19,6 @@ void* CountingLookup(const char* interfaceName, const char* method, const char* 
   return moxhost::Runtime::LookupProc()(interfaceName, method, procType);
 }
 
-TEST(Entry, VersionIsReadableBeforeAnyStart) {
-  EXPECT_EQ(MOXUtilsGetVersion(), 65793u);
-}
-
 TEST(Entry, SecondStartFailsUntilTerminate) {
   EXPECT_EQ(MOXUtilsInitialize(nullptr), 0u);
   EXPECT_TRUE(gAtExitRegistered) << "a refused binding registers the exit hook";
