@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
 
 #include "MOXUtils.h"
@@ -24,59 +25,35 @@ bool gExitHookHasRun = false;
 int gLateCalls = 0;
 int gReportFd = -1;
 
-MOXReleaseContainerProc gRealRelease;
-MOXDeleteStringAtomProc gRealDeleteAtom;
-MOXErrorReleaseProc gRealErrorRelease;
-MOXMemFreeProc gRealFree;
-MOXSharedBuffReleaseProc gRealBufferRelease;
-
-void CountingRelease(MOXContainer c) {
+// The runtime's release procedures, each wrapped by Counting<its index>.
+void* gReal[5];
+template <int kIndex, typename Handle>
+void Counting(Handle handle) {
   if (gExitHookHasRun) ++gLateCalls;
-  gRealRelease(c);
+  reinterpret_cast<void (*)(Handle)>(gReal[kIndex])(handle);
 }
-void CountingDeleteAtom(MOXStringAtom a) {
-  if (gExitHookHasRun) ++gLateCalls;
-  gRealDeleteAtom(a);
-}
-void CountingErrorRelease(MOXErrorRef e) {
-  if (gExitHookHasRun) ++gLateCalls;
-  gRealErrorRelease(e);
-}
-void CountingFree(void* block) {
-  if (gExitHookHasRun) ++gLateCalls;
-  gRealFree(block);
-}
-void CountingBufferRelease(MOXSharedBuff b) {
-  if (gExitHookHasRun) ++gLateCalls;
-  gRealBufferRelease(b);
-}
+const struct {
+  const char* interfaceName;
+  const char* method;
+  void* wrapper;
+} kWrapped[] = {
+    {"MOXContainerInterface", "Release", reinterpret_cast<void*>(&Counting<0, MOXContainer>)},
+    {"MOXStringInterface", "DeleteStringAtom",
+     reinterpret_cast<void*>(&Counting<1, MOXStringAtom>)},
+    {"MOXErrorInterface", "Release", reinterpret_cast<void*>(&Counting<2, MOXErrorRef>)},
+    {"MOXMemoryInterface", "Free", reinterpret_cast<void*>(&Counting<3, void*>)},
+    {"MOXSharedBuffInterface", "Release", reinterpret_cast<void*>(&Counting<4, MOXSharedBuff>)},
+};
 
 // Hands out counting wrappers for the release procedures.
 void* WrappingLookup(const char* interfaceName, const char* method, const char* procType) {
   void* real = moxhost::Runtime::LookupProc()(interfaceName, method, procType);
-  auto is = [&](const char* i, const char* m) {
-    return std::strcmp(interfaceName, i) == 0 && std::strcmp(method, m) == 0;
-  };
-  if (real == nullptr) return nullptr;
-  if (is("MOXContainerInterface", "Release")) {
-    gRealRelease = reinterpret_cast<MOXReleaseContainerProc>(real);
-    return reinterpret_cast<void*>(&CountingRelease);
-  }
-  if (is("MOXStringInterface", "DeleteStringAtom")) {
-    gRealDeleteAtom = reinterpret_cast<MOXDeleteStringAtomProc>(real);
-    return reinterpret_cast<void*>(&CountingDeleteAtom);
-  }
-  if (is("MOXErrorInterface", "Release")) {
-    gRealErrorRelease = reinterpret_cast<MOXErrorReleaseProc>(real);
-    return reinterpret_cast<void*>(&CountingErrorRelease);
-  }
-  if (is("MOXMemoryInterface", "Free")) {
-    gRealFree = reinterpret_cast<MOXMemFreeProc>(real);
-    return reinterpret_cast<void*>(&CountingFree);
-  }
-  if (is("MOXSharedBuffInterface", "Release")) {
-    gRealBufferRelease = reinterpret_cast<MOXSharedBuffReleaseProc>(real);
-    return reinterpret_cast<void*>(&CountingBufferRelease);
+  for (size_t i = 0; real != nullptr && i < std::size(kWrapped); ++i) {
+    if (std::strcmp(interfaceName, kWrapped[i].interfaceName) == 0 &&
+        std::strcmp(method, kWrapped[i].method) == 0) {
+      gReal[i] = real;
+      return kWrapped[i].wrapper;
+    }
   }
   return real;
 }

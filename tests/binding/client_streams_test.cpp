@@ -20,17 +20,6 @@ using MOX_T_MT::MOXClientPositionableStream;
 using MOX_T_MT::MOXClientRewindableStream;
 using MOX_T_MT::MOXClientSimpleStream;
 
-moxhost::Runtime& RT() {
-  return moxhost::Runtime::Get();
-}
-
-// "component id: message".
-std::string Describe(MOXErrorRef error) {
-  return std::string(MOXString::GetCString(MOXErrorProcs::GetComponent(error))) + " " +
-         std::to_string(MOXErrorProcs::GetID(error)) + ": " +
-         MOXString::GetCString(MOXErrorProcs::GetErrorMessage(error));
-}
-
 // What client streams leave behind for the test to read after they are gone.
 struct StreamProbe {
   enum class Failure { kNone, kPOSException, kBadAlloc, kHostError, kUnknown };
@@ -129,36 +118,22 @@ std::string ReadAll(const CMOXPositionableStreamRef& stream) {
   return text;
 }
 
-// Makes failed interface lookups quiet, as they are while the library binds,
-// so that a wrapper sees a table that can't be loaded rather than a throw.
-class QuietLookups {
- public:
-  QuietLookups() { gBindingComplete = false; }
-  ~QuietLookups() { gBindingComplete = true; }
-};
-
 class ClientStreams : public StartedLibrary {};
 
 // ---- Runtime streams through the handle ------------------------------------------
 
+// Reads, writes, seeks and rewinds through the handle are in the client
+// stream tests below; a runtime stream adds its own independent copy.
 TEST_F(ClientStreams, RuntimeStreamsThroughTheHandle) {
   const int64_t containers = RT().Counts().containers;
   {
     CMOXPositionableStreamRef stream(MOXNewPositionableMemoryStream());
     stream.Write("hello, world", 12);
-    EXPECT_EQ(stream.Mark(), 12);
-    stream.Seek(-5, 2);
-    EXPECT_EQ(ReadAll(stream), "world");
-    stream.Seek(-12, 1);
-    char buffer[5];
-    ASSERT_EQ(stream.Read(buffer, sizeof buffer), 5u);
-    EXPECT_EQ(std::string(buffer, 5), "hello");
-    stream.Rewind();
-    EXPECT_EQ(stream.Mark(), 0);
     stream.Seek(7, 0);
     CMOXPositionableStreamRef copy(stream.CreateIndependentlyPositionableStream());
     EXPECT_EQ(ReadAll(copy), "hello, world") << "a copy starts at the beginning";
     EXPECT_EQ(stream.Mark(), 7) << "the original keeps its position";
+    EXPECT_EQ(ReadAll(stream), "world");
     EXPECT_EQ(RT().Counts().containers, containers + 2);
   }
   EXPECT_EQ(RT().Counts().containers, containers) << "the handles held the only references";

@@ -112,12 +112,9 @@ long CountUnderLock(Lock lock, Unlock unlock) {
   return counter;
 }
 
-TEST(WaitMutex, ExcludesOtherThreads) {
+TEST(WaitMutexAndSpinLock, ExcludeOtherThreads) {
   TOVWaitMutex mutex;
   EXPECT_EQ(CountUnderLock([&] { mutex.Lock(); }, [&] { mutex.Unlock(); }), 80000);
-}
-
-TEST(SpinLock, ExcludesOtherThreads) {
   uint32_t word = 0;
   EXPECT_EQ(CountUnderLock([&] { MOXSpinLockAcquire(&word); }, [&] { MOXSpinLockRelease(&word); }),
             80000);

@@ -18,24 +18,6 @@
 
 namespace {
 
-moxhost::Runtime& RT() {
-  return moxhost::Runtime::Get();
-}
-
-// "component: message".
-std::string Describe(MOXErrorRef error) {
-  return std::string(MOXString::GetCString(MOXErrorProcs::GetComponent(error))) + ": " +
-         MOXString::GetCString(MOXErrorProcs::GetErrorMessage(error));
-}
-
-// Makes failed interface lookups quiet, as they are while the library binds,
-// so that a wrapper sees a table that can't be loaded rather than a throw.
-class QuietLookups {
- public:
-  QuietLookups() { gBindingComplete = false; }
-  ~QuietLookups() { gBindingComplete = true; }
-};
-
 // Makes every later load of `interfaceName` fail until the faults are cleared.
 void HideInterface(const char* interfaceName) {
   RT().HideInterface(interfaceName);
@@ -98,7 +80,7 @@ TEST_F(HostWrappers, FailedBufferReleasesAHandedOverBlockOnce) {
           MOXNewSharedBuffer(4, data, release, 0, 0);
           ADD_FAILURE() << "made a buffer without the interface";
         } catch (const CMOXError& e) {
-          EXPECT_EQ(Describe(e.Error()), "MOX: Missing Interface");
+          EXPECT_EQ(Describe(e.Error()), "MOX 0: Missing Interface");
         }
         RT().ClearFaults();
       }};
@@ -157,7 +139,7 @@ TEST_F(HostWrappers, RuntimeWithoutIdentifiersFailsCacheIDConstruction) {
     CMOXCacheID id;
     ADD_FAILURE() << "made an identifier from nothing";
   } catch (const CMOXError& e) {
-    EXPECT_EQ(Describe(e.Error()), ": couldn't create cacheID");
+    EXPECT_EQ(Describe(e.Error()), " 0: couldn't create cacheID");
   }
   gMOXCacheTable.Clear();
 }
@@ -236,7 +218,7 @@ TEST_F(HostWrappers, CMOXProgressNeedsAnObjectAndTheTable) {
         CMOXProgress handle = CMOXProgress::Retain(progress);
         ADD_FAILURE() << "held a progress without the table or a null one";
       } catch (const CMOXError& e) {
-        EXPECT_EQ(Describe(e.Error()), ": couldn't construct CMOXProgress");
+        EXPECT_EQ(Describe(e.Error()), " 0: couldn't construct CMOXProgress");
       }
       RT().ClearFaults();
     }
@@ -310,7 +292,7 @@ TEST_F(HostWrappers, ClientSinkAndFilterCarryWritesThroughTheRuntime) {
 
   sinkClient->fail = true;
   MOXErrorRef error = FilterWrite(stage, "d", 1);
-  EXPECT_EQ(Describe(error), "TOV: sink full") << "the sink's failure travels back up the chain";
+  EXPECT_EQ(Describe(error), "TOV 0: sink full") << "the sink's failure travels back up the chain";
   MOXErrorProcs::Release(error);
   stageClient->fail = true;
   error = gMOXFilterTable.Proc<MOXFilterSlots::Close>()(stage);
@@ -399,7 +381,7 @@ TEST_F(HostWrappers, FilterAdaptersPassArgumentsAndSwallowFailures) {
   EXPECT_EQ(gCaptured.close(self, nullptr), 0);
   EXPECT_EQ(gCaptured.compressionParams(self, 74), 0);
   MOXErrorRef error = gCaptured.write(self, nullptr, "z", 1);
-  EXPECT_EQ(Describe(error), "TOV: sink full");
+  EXPECT_EQ(Describe(error), "TOV 0: sink full");
   MOXErrorProcs::Release(error);
 
   gCaptured.release(nullptr);

@@ -5,8 +5,30 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "MOXUtils.h"
+#include "binding/host_tables.h"
 #include "moxhost/runtime.h"
+
+inline moxhost::Runtime& RT() {
+  return moxhost::Runtime::Get();
+}
+
+// "component id: message" of `error`, which stays the caller's.
+inline std::string Describe(MOXErrorRef error) {
+  return std::string(MOXString::GetCString(MOXErrorProcs::GetComponent(error))) + " " +
+         std::to_string(MOXErrorProcs::GetID(error)) + ": " +
+         MOXString::GetCString(MOXErrorProcs::GetErrorMessage(error));
+}
+
+// Makes failed interface lookups quiet, as they are while the library binds,
+// so that a wrapper sees a table that can't be loaded rather than a throw.
+class QuietLookups {
+ public:
+  QuietLookups() { gBindingComplete = false; }
+  ~QuietLookups() { gBindingComplete = true; }
+};
 
 class StartedLibrary : public ::testing::Test {
  protected:

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -38,46 +39,34 @@ TEST(LoadedLibrary, BindsTheVersionedExportsAndLoadsAgainAfterAnUnload) {
 // Release procedures of the runtime, counted once the unload has begun.
 bool gUnloading = false;
 int gLateCalls = 0;
-MOXReleaseContainerProc gRelease;
-MOXDecrementWithoutDeleteProc gDecrement;
-MOXDeleteStringAtomProc gDeleteAtom;
-MOXErrorReleaseProc gErrorRelease;
-MOXMemFreeProc gFree;
-MOXSharedBuffReleaseProc gBufferRelease;
-
-template <typename Proc, Proc* Real, typename... Args>
-void Counted(Args... args) {
+void* gReal[6];  // the runtime's procedures that Counted<index> wraps
+template <int kIndex, typename Handle>
+void Counted(Handle handle) {
   if (gUnloading) ++gLateCalls;
-  (*Real)(args...);
+  reinterpret_cast<void (*)(Handle)>(gReal[kIndex])(handle);
 }
+const struct {
+  const char* name;  // interface.method
+  void* counted;
+} kCounted[] = {
+    {"MOXContainerInterface.Release", reinterpret_cast<void*>(&Counted<0, MOXContainer>)},
+    {"MOXContainerInterface.DecrementWithoutDelete",
+     reinterpret_cast<void*>(&Counted<1, MOXContainer>)},
+    {"MOXStringInterface.DeleteStringAtom", reinterpret_cast<void*>(&Counted<2, MOXStringAtom>)},
+    {"MOXErrorInterface.Release", reinterpret_cast<void*>(&Counted<3, MOXErrorRef>)},
+    {"MOXMemoryInterface.Free", reinterpret_cast<void*>(&Counted<4, void*>)},
+    {"MOXSharedBuffInterface.Release", reinterpret_cast<void*>(&Counted<5, MOXSharedBuff>)},
+};
 
 void* CountingLookup(const char* interfaceName, const char* method, const char* procType) {
   void* real = Runtime::LookupProc()(interfaceName, method, procType);
-  if (real == nullptr) return nullptr;
-  auto wrap = [&](auto& slot, void* counted) {
-    slot = reinterpret_cast<std::remove_reference_t<decltype(slot)>>(real);
-    return counted;
-  };
-  std::string name = std::string(interfaceName) + "." + method;
-  if (name == "MOXContainerInterface.Release")
-    return wrap(gRelease, reinterpret_cast<void*>(
-                              &Counted<MOXReleaseContainerProc, &gRelease, MOXContainer>));
-  if (name == "MOXContainerInterface.DecrementWithoutDelete")
-    return wrap(gDecrement,
-                reinterpret_cast<void*>(
-                    &Counted<MOXDecrementWithoutDeleteProc, &gDecrement, MOXContainer>));
-  if (name == "MOXStringInterface.DeleteStringAtom")
-    return wrap(gDeleteAtom, reinterpret_cast<void*>(
-                                 &Counted<MOXDeleteStringAtomProc, &gDeleteAtom, MOXStringAtom>));
-  if (name == "MOXErrorInterface.Release")
-    return wrap(gErrorRelease, reinterpret_cast<void*>(
-                                   &Counted<MOXErrorReleaseProc, &gErrorRelease, MOXErrorRef>));
-  if (name == "MOXMemoryInterface.Free")
-    return wrap(gFree, reinterpret_cast<void*>(&Counted<MOXMemFreeProc, &gFree, void*>));
-  if (name == "MOXSharedBuffInterface.Release")
-    return wrap(gBufferRelease,
-                reinterpret_cast<void*>(
-                    &Counted<MOXSharedBuffReleaseProc, &gBufferRelease, MOXSharedBuff>));
+  const std::string name = std::string(interfaceName) + "." + method;
+  for (size_t i = 0; real != nullptr && i < std::size(kCounted); ++i) {
+    if (name == kCounted[i].name) {
+      gReal[i] = real;
+      return kCounted[i].counted;
+    }
+  }
   return real;
 }
 

@@ -10,7 +10,8 @@
 namespace posctl_test {
 namespace {
 
-TEST(Usage, HelpAndVersionExitZero) {
+// The version text is checked on a moved copy below.
+TEST(Usage, HelpOfEveryCommandExitsZero) {
   Result help = RunPosctl({"--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_NE(help.out.find("Exit status"), std::string::npos) << help.out;
@@ -21,9 +22,6 @@ TEST(Usage, HelpAndVersionExitZero) {
     EXPECT_EQ(result.status, 0) << command;
     EXPECT_NE(result.out.find("Usage: posctl " + command), std::string::npos) << result.out;
   }
-  Result version = RunPosctl({"--version"});
-  EXPECT_EQ(version.status, 0);
-  EXPECT_EQ(version.out, "posctl 1.1.1\nlibMOXUtils 1.1.1 (65793)\n");
 }
 
 TEST(Usage, BadUsageExitsTwoWithAMessage) {
@@ -97,6 +95,7 @@ TEST(Usage, AMovedCopyLoadsTheLibraryOfItsPrefixUnlessTheEnvironmentNamesOne) {
   options.program = bin + "/posctl";
   options.env = {{"LD_DEBUG", "files"}};
   Result version = RunPosctl({"--version"}, options);
+  EXPECT_EQ(version.status, 0);
   EXPECT_EQ(version.out, "posctl 1.1.1\nlibMOXUtils 1.1.1 (65793)\n");
   EXPECT_EQ(LoadedLibrary(version.err), beside);
   Result check = RunPosctl({"check", "examples/settings.pos"}, options);
