@@ -64,7 +64,8 @@ class ForeignFileUtils : public ::testing::Test {
     scratch_ = std::make_unique<ScratchDir>();
     loaded_ = Runtime::Get().Counts();
     std::string error;
-    library_.reset(moxhost::LoadedLibrary::Open(moxhost::LoadedLibrary::DefaultPath(), &error));
+    library_.reset(moxhost::LoadedLibrary::Open(
+        moxhost::LoadedLibrary::Locate({MOX_BUILT_LIBRARY_DIR}), &error));
     ASSERT_NE(library_, nullptr) << error;
     ASSERT_TRUE(library_->Start());
     ASSERT_TRUE(p.Load(Runtime::LookupProc()));
