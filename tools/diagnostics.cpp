@@ -195,8 +195,7 @@ SourceExcerpt ExcerptFromInput(const InputSource& input, uint64_t offset) {
   return excerpt;
 }
 
-SourceExcerpt ExcerptAt(const InputSource& input, uint64_t offset, uint64_t line,
-                        uint64_t column) {
+SourceExcerpt ExcerptAt(const InputSource& input, uint64_t offset, uint64_t line, uint64_t column) {
   // As much of the line as FormatCaretDiagnostic shows, and more before the
   // place, so that it knows to mark the cut.
   const uint64_t from = offset > 2 * kContextBytes ? offset - 2 * kContextBytes : 0;

@@ -74,8 +74,7 @@ SourceExcerpt ExcerptFromInput(const InputSource& input, uint64_t offset);
 
 // The same for a place whose line and column are known already: only the
 // bytes around it are read.
-SourceExcerpt ExcerptAt(const InputSource& input, uint64_t offset, uint64_t line,
-                        uint64_t column);
+SourceExcerpt ExcerptAt(const InputSource& input, uint64_t offset, uint64_t line, uint64_t column);
 
 // FormatCaretDiagnostic at a place in `input`.
 std::string FormatAt(const InputSource& input, const Location& at, const std::string& message,

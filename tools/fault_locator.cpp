@@ -34,8 +34,7 @@ class Locator {
       if (!partial) partial = std::move(place);
       return false;
     };
-    const TypeDefinition* definition =
-        SchemaModel::IsBuiltin(type) ? nullptr : schema_.Find(type);
+    const TypeDefinition* definition = SchemaModel::IsBuiltin(type) ? nullptr : schema_.Find(type);
     if (definition != nullptr && definition->category) {
       std::optional<FaultPlace> found;
       if (definition->Is("array")) found = Element(rest, value, *definition, steps, consider);
@@ -58,8 +57,7 @@ class Locator {
   template <typename Consider>
   std::optional<FaultPlace> Element(std::string_view rest, const Value& value,
                                     const TypeDefinition& definition,
-                                    const std::vector<FaultStep>& steps,
-                                    Consider& consider) const {
+                                    const std::vector<FaultStep>& steps, Consider& consider) const {
     if (!StartsWith(rest, "[")) return std::nullopt;
     size_t end = 1;
     size_t index = 0;
@@ -91,8 +89,7 @@ class Locator {
   template <typename Consider>
   std::optional<FaultPlace> Member(std::string_view rest, const Value& value,
                                    const TypeDefinition& definition,
-                                   const std::vector<FaultStep>& steps,
-                                   Consider& consider) const {
+                                   const std::vector<FaultStep>& steps, Consider& consider) const {
     for (size_t split = rest.find(" ("); split != std::string_view::npos;
          split = rest.find(" (", split + 1)) {
       const std::string key(rest.substr(0, split));
@@ -144,8 +141,8 @@ class Locator {
           (isUnion ? "Trying " : "Failed intersection type ") + member + ": ";
       if (!StartsWith(rest, prefix)) continue;
       std::vector<FaultStep> next = steps;
-      next.push_back({isUnion ? FaultStep::Kind::kUnionMember : FaultStep::Kind::kIntersection,
-                      "", "", 0, member});
+      next.push_back({isUnion ? FaultStep::Kind::kUnionMember : FaultStep::Kind::kIntersection, "",
+                      "", 0, member});
       FaultPlace place = Follow(rest.substr(prefix.size()), value, member, next);
       if (consider(place)) return place;
     }

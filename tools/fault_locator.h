@@ -41,8 +41,8 @@ struct FaultStep {
     kIntersection,  // "Failed intersection type T:"
   };
   Kind kind;
-  std::string key;  // kKey, kMember
-  std::string how;  // kMember: "required", "optional" or "value"
+  std::string key;   // kKey, kMember
+  std::string how;   // kMember: "required", "optional" or "value"
   size_t index = 0;  // kElement
   std::string type;  // the type the step judges the value as
 };

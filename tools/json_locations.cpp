@@ -66,8 +66,8 @@ class JsonLocator {
   // A number, true, false or null: up to the next byte that ends a token.
   void SkipLiteral() {
     unsigned char c;
-    while (in_.Peek(&c) && c != ',' && c != ']' && c != '}' && c != ' ' && c != '\t' &&
-           c != '\n' && c != '\r') {
+    while (in_.Peek(&c) && c != ',' && c != ']' && c != '}' && c != ' ' && c != '\t' && c != '\n' &&
+           c != '\r') {
       in_.Next(&c);
     }
   }

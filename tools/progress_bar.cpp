@@ -29,7 +29,8 @@ bool DrawProgress(void* client, double fraction) {
   auto* drawing = static_cast<ProgressDrawing*>(client);
   const double clamped = fraction < 0 ? 0 : fraction > 1 ? 1 : fraction;
   const size_t filled = static_cast<size_t>(std::lround(clamped * kWidth));
-  const size_t done = static_cast<size_t>(std::lround(clamped * static_cast<double>(drawing->total)));
+  const size_t done =
+      static_cast<size_t>(std::lround(clamped * static_cast<double>(drawing->total)));
   const std::string line = "\rposctl: [" + std::string(filled, '#') +
                            std::string(kWidth - filled, '.') + "] " + std::to_string(done) + "/" +
                            std::to_string(drawing->total) + "\033[K";

@@ -132,8 +132,7 @@ void* RuntimeStream::Method(const char* method, const char* procType) {
   return proc;
 }
 
-RuntimeStream RuntimeStream::Adopt(LibrarySession& session, MOXContainer stream,
-                                   std::string name) {
+RuntimeStream RuntimeStream::Adopt(LibrarySession& session, MOXContainer stream, std::string name) {
   return RuntimeStream(session, stream, std::move(name));
 }
 
@@ -189,7 +188,8 @@ void RuntimeStream::SeekTo(int64_t position) {
 }
 
 void RuntimeStream::Write(const void* buffer, uint64_t size) {
-  auto write = reinterpret_cast<MOXSimpleStreamWriteProc>(Method("Write", "MOXSimpleStreamWriteProc"));
+  auto write =
+      reinterpret_cast<MOXSimpleStreamWriteProc>(Method("Write", "MOXSimpleStreamWriteProc"));
   Check(write(stream_.get(), buffer, size));
 }
 

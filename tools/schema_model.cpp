@@ -21,15 +21,14 @@ std::optional<std::vector<std::string>> NamesAt(const Procs& procs, MOXContainer
   const uint32_t count = procs.posArray.Count(list);
   for (uint32_t i = 0; i < count; ++i) {
     MOXContainer name = procs.posArray.GetAt(list, i);
-    names.push_back(name != nullptr && procs.posString.IsPOSString(name)
-                        ? procs.posString.Get(name)
-                        : "");
+    names.push_back(name != nullptr && procs.posString.IsPOSString(name) ? procs.posString.Get(name)
+                                                                         : "");
   }
   return names;
 }
 
-std::optional<std::vector<TypeDefinition::Member>> MembersAt(const Procs& procs,
-                                                             MOXContainer dict, const char* key) {
+std::optional<std::vector<TypeDefinition::Member>> MembersAt(const Procs& procs, MOXContainer dict,
+                                                             const char* key) {
   MOXContainer members = DictGet(procs, dict, key);
   if (members == nullptr || !procs.posDict.IsPOSDict(members)) return std::nullopt;
   std::vector<TypeDefinition::Member> list;
@@ -119,8 +118,8 @@ SchemaModel SchemaModel::Read(const Procs& procs, MOXContainer schema) {
 
 const std::vector<std::string>& SchemaModel::BuiltinNames() {
   static const std::vector<std::string> kNames = {
-      "any",       "bool",   "int",       "real",         "string",        "unicodestring",
-      "bindata",   "rawptr", "moxobjref", "ctbaseobjref", "moxerrorobjref"};
+      "any",     "bool",   "int",       "real",         "string",        "unicodestring",
+      "bindata", "rawptr", "moxobjref", "ctbaseobjref", "moxerrorobjref"};
   return kNames;
 }
 

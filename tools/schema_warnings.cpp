@@ -60,7 +60,8 @@ class Finder {
       if (!definition.set && !present) {
         Warn(Place(entry, "set"), "a union without \"set\" fails every value, without a line");
       } else if (definition.set) {
-        Warn(Place(entry, "set"), "a union with an empty \"set\" fails every value, without a line");
+        Warn(Place(entry, "set"),
+             "a union with an empty \"set\" fails every value, without a line");
       }
     }
     if (category == "dict" && definition.valueType && !definition.keyType) {

@@ -51,8 +51,8 @@ class LineCounter {
 struct SourceNode {
   enum class Kind { kScalar, kArray, kDict };
   Kind kind = Kind::kScalar;
-  Location at;     // the value's first byte: a container's opening bracket
-  Location keyAt;  // a member of a dictionary: the first byte of its key
+  Location at;      // the value's first byte: a container's opening bracket
+  Location keyAt;   // a member of a dictionary: the first byte of its key
   std::string key;  // a member of a dictionary: its key as the library holds it
   std::vector<SourceNode> members;
 

@@ -78,8 +78,7 @@ class Validation {
 
  private:
   void File(const std::string& file, JobResult* result) {
-    InputSource input =
-        file == "-" ? ReadStandardInputThroughLibrary(session_) : InputSource(file);
+    InputSource input = file == "-" ? ReadStandardInputThroughLibrary(session_) : InputSource(file);
     const Format format = input.Resolve(options_.input.from);
     if (format == Format::kTypeA) return TypeAFile(input, result);
     InputOptions forFile = options_.input;
@@ -91,9 +90,9 @@ class Validation {
       return;
     }
     result->status = kExitBadInput;
-    const SourceNode places =
-        verdict.lines.empty() ? SourceNode()
-                              : LocateDocumentValues(input, format, options_.input.maxDepth);
+    const SourceNode places = verdict.lines.empty()
+                                  ? SourceNode()
+                                  : LocateDocumentValues(input, format, options_.input.maxDepth);
     Report(input, verdict, places, "", result);
   }
 
@@ -166,7 +165,8 @@ class Validation {
 int RunValidate(const ValidateOptions& options) {
   LibrarySession session;
   // Bad usage and a schema that can't be read are found before any file is.
-  const SchemaSource schema = LoadSchema(session, options.schema, options.input.maxDepth, kExitUsage);
+  const SchemaSource schema =
+      LoadSchema(session, options.schema, options.input.maxDepth, kExitUsage);
   CheckTypeName(schema, options.type);
   Validation validation(session, options, schema);
   std::optional<ProgressBar> progress;
