@@ -29,7 +29,8 @@ std::string NearestName(std::string_view name, const std::vector<std::string>& c
   size_t best = allowed + 1;
   for (const std::string& candidate : candidates) {
     const size_t distance = EditDistance(name, candidate);
-    if (distance < best && distance > 0) {
+    if (distance == 0) return "";  // a known name is no typo
+    if (distance < best) {
       best = distance;
       nearest = candidate;
     }

@@ -103,6 +103,11 @@ class Finder {
 
 std::string ShortNumber(double value) {
   char text[40];
+  // Whole numbers as their digits: "100", never "1e+02".
+  if (std::isfinite(value) && std::floor(value) == value && std::fabs(value) < 1e17) {
+    std::snprintf(text, sizeof text, "%.0f", value);
+    return text;
+  }
   for (int precision = 1; precision <= 17; ++precision) {
     std::snprintf(text, sizeof text, "%.*g", precision, value);
     if (std::strtod(text, nullptr) == value) break;
