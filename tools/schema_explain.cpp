@@ -97,7 +97,14 @@ std::string DescribeDefinition(const TypeDefinition& d) {
     std::vector<std::string> parts;
     auto names = [](const std::vector<TypeDefinition::Member>& members) {
       std::vector<std::string> keys;
-      for (const TypeDefinition::Member& member : members) keys.push_back(member.key);
+      for (const TypeDefinition::Member& member : members) {
+        // A key that isn't a plain name is quoted, so that the list reads.
+        const bool plain =
+            !member.key.empty() && member.key.find_first_not_of(
+                                       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMN"
+                                       "OPQRSTUVWXYZ0123456789_") == std::string::npos;
+        keys.push_back(plain ? member.key : Quoted(member.key));
+      }
       return NameList(keys);
     };
     if (d.required && !d.required->empty()) parts.push_back("required " + names(*d.required));
