@@ -163,6 +163,10 @@ class Validation {
 }  // namespace
 
 int RunValidate(const ValidateOptions& options) {
+  if (std::count(options.files.begin(), options.files.end(), "-") > 1) {
+    throw ToolError(kExitUsage, "posctl: error: '-' is given more than once; standard input "
+                                "can be read only once");
+  }
   LibrarySession session;
   // Bad usage and a schema that can't be read are found before any file is.
   const SchemaSource schema =

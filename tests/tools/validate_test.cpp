@@ -67,6 +67,8 @@ TEST(Validate, ExitStatusAndMessages) {
        "posctl: error: 'Rot' is no type of tests/tools/data/validate/schema.pos and no built-in "
        "type; did you mean 'Root'?\n"},
       {{"-t", "any", kData + "valid.pos"}, 0, kData + "valid.pos: valid\n", ""},
+      {{"-t", "any", "-", "-"}, 2, "",
+       "posctl: error: '-' is given more than once; standard input can be read only once\n"},
   };
   for (const auto& c : cases) {
     std::vector<std::string> args = {"validate", "-s", kSchema};
