@@ -3,6 +3,10 @@
 // to one job, the schema check's default view and --strict, and each exit
 // status. Whole runs are compared with tests/tools/expected/validate/.
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
 
 #include "posctl_runner.h"
 
@@ -67,7 +71,9 @@ TEST(Validate, ExitStatusAndMessages) {
        "posctl: error: 'Rot' is no type of tests/tools/data/validate/schema.pos and no built-in "
        "type; did you mean 'Root'?\n"},
       {{"-t", "any", kData + "valid.pos"}, 0, kData + "valid.pos: valid\n", ""},
-      {{"-t", "any", "-", "-"}, 2, "",
+      {{"-t", "any", "-", "-"},
+       2,
+       "",
        "posctl: error: '-' is given more than once; standard input can be read only once\n"},
   };
   for (const auto& c : cases) {
@@ -101,6 +107,32 @@ TEST(Validate, JobsPrintWhatOneJobPrints) {
   EXPECT_EQ(four.out, one.out);
   EXPECT_EQ(four.err, one.err);
   EXPECT_GT(one.err.size(), 60u * 100);
+}
+
+// A progress bar through the runtime's progress interface, on a terminal
+// only: script(1) gives posctl one.
+TEST(Validate, ProgressBarOnATerminalOnly) {
+  if (access("/usr/bin/script", X_OK) != 0 ||
+      std::system("script -qec true /dev/null >/dev/null 2>&1") != 0) {
+    GTEST_SKIP() << "no terminal from script(1) here";
+  }
+  std::vector<std::string> args = {"validate", "-s", kSchema, "-t", "Root", "-j", "2"};
+  for (int i = 0; i < 12; ++i) args.push_back(kData + "valid.pos");
+  std::string command;
+  for (const std::string& arg : args) command += " '" + arg + "'";
+  command = "cd '" + SourcePath("") + "' && script -qec \"" + POSCTL_PATH + command +
+            " >/dev/null\" /dev/null";
+  FILE* pipe = popen(command.c_str(), "r");
+  ASSERT_NE(pipe, nullptr);
+  std::string terminal;
+  char block[4096];
+  for (size_t n; (n = fread(block, 1, sizeof block, pipe)) > 0;) terminal.append(block, n);
+  EXPECT_EQ(pclose(pipe), 0) << terminal;
+  EXPECT_NE(terminal.find("] 1/12\033[K"), std::string::npos) << terminal;
+  EXPECT_NE(terminal.find("posctl: [##############################] 12/12\033[K\r\033[K"),
+            std::string::npos)
+      << terminal;
+  EXPECT_EQ(RunPosctl(args).err, "");
 }
 
 TEST(CheckSchema, ShowsTheSelectedFormAndWarnsWhenStrict) {
