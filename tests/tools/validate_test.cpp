@@ -45,6 +45,20 @@ TEST(Validate, EveryFaultIsLocatedInEachFormat) {
   EXPECT_EQ(piped.err, renamed);
 }
 
+// The README's main job: the bundled settings pass their schema, in both
+// formats, and the copy with faults has each located.
+TEST(Validate, TheExamplesOfTheReadme) {
+  const std::string schema = "examples/settings_schema.pos";
+  Result valid = RunPosctl({"validate", "-s", schema, "-t", "Settings", "examples/settings.pos",
+                            "examples/settings.json"});
+  EXPECT_EQ(valid.status, 0) << valid.err;
+  EXPECT_EQ(valid.out, "examples/settings.pos: valid\nexamples/settings.json: valid\n");
+  Result faults =
+      RunPosctl({"validate", "-s", schema, "-t", "Settings", "examples/settings_faults.pos"});
+  EXPECT_EQ(faults.status, 1);
+  ExpectMatchesFile(faults.err, "validate/settings_faults.stderr");
+}
+
 TEST(Validate, ExitStatusAndMessages) {
   const struct {
     std::vector<std::string> args;
