@@ -164,8 +164,9 @@ class Validation {
 
 int RunValidate(const ValidateOptions& options) {
   if (std::count(options.files.begin(), options.files.end(), "-") > 1) {
-    throw ToolError(kExitUsage, "posctl: error: '-' is given more than once; standard input "
-                                "can be read only once");
+    throw ToolError(kExitUsage,
+                    "posctl: error: '-' is given more than once; standard input "
+                    "can be read only once");
   }
   LibrarySession session;
   // Bad usage and a schema that can't be read are found before any file is.
