@@ -15,8 +15,13 @@ namespace {
 // ten thousand levels they run out of the default stack.
 constexpr size_t kLargestMaxDepth = 5000;
 
-constexpr const char* kCommands[] = {"convert", "get",    "keys", "type",
-                                     "set",     "delete", "cat",  "check"};
+constexpr const char* kCommands[] = {"convert",  "get",          "keys",   "type",
+                                     "set",      "delete",       "cat",    "check",
+                                     "validate", "check-schema", "explain"};
+
+// More threads than this gain nothing on any machine posctl runs on, and a
+// typo such as 1000 would only cost memory.
+constexpr size_t kLargestJobs = 256;
 
 std::string CommandList() {
   std::string list;
@@ -221,6 +226,50 @@ int RunCommandLine(int argc, char** argv) {
   AddReadOptions(checkCommand, &check.input, &checkFormats.from, false);
   checkCommand->add_flag("-q,--quiet", quiet, "Print nothing; the exit status says it all");
 
+  ValidateOptions validate;
+  FormatNames validateFormats;
+  CLI::App* validateCommand = app.add_subcommand(
+      "validate", "Validate files against a type of a schema, each fault shown where it is");
+  validateCommand
+      ->add_option("-s,--schema", validate.schema, "The schema, in text notation, TypeA or JSON")
+      ->required();
+  validateCommand
+      ->add_option("-t,--type", validate.type,
+                   "The type the files must have: a built-in type or a key of the schema")
+      ->required();
+  validateCommand->add_option("-j,--jobs", validate.jobs, "Validate this many files at a time")
+      ->capture_default_str()
+      ->check(CLI::Range(size_t{1}, kLargestJobs));
+  validateCommand->add_option("FILE", validate.files, "Input files, or - for standard input")
+      ->required();
+  AddReadOptions(validateCommand, &validate.input, &validateFormats.from, false);
+
+  CheckSchemaOptions checkSchema;
+  CLI::App* checkSchemaCommand = app.add_subcommand(
+      "check-schema", "Check a schema against the schema language, each fault shown where it is");
+  checkSchemaCommand->add_option("SCHEMA", checkSchema.schema, "The schema file")->required();
+  checkSchemaCommand->add_flag("--strict", checkSchema.strict,
+                               "Also warn of definitions that can't mean what they say");
+  checkSchemaCommand->add_flag("--raw", checkSchema.raw, "Print the library's lines as they come");
+  checkSchemaCommand
+      ->add_option("--max-depth", checkSchema.maxDepth,
+                   "Refuse input nested deeper than this many arrays and dictionaries")
+      ->capture_default_str()
+      ->check(CLI::Range(size_t{1}, kLargestMaxDepth));
+
+  ExplainOptions explain;
+  CLI::App* explainCommand = app.add_subcommand(
+      "explain", "Say what a value at an address must be under a type of a schema");
+  explainCommand->add_option("SCHEMA", explain.schema, "The schema file")->required();
+  explainCommand->add_option("TYPE", explain.type, "The type of the whole value")->required();
+  explainCommand->add_option("ADDRESS", explain.at.address, "Where the value is")->required();
+  AddAddressOptions(explainCommand, &explain.at);
+  explainCommand
+      ->add_option("--max-depth", explain.maxDepth,
+                   "Refuse input nested deeper than this many arrays and dictionaries")
+      ->capture_default_str()
+      ->check(CLI::Range(size_t{1}, kLargestMaxDepth));
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -264,6 +313,12 @@ int RunCommandLine(int argc, char** argv) {
     return RunDelete(del);
   }
   if (catCommand->parsed()) return RunCat(cat);
+  if (validateCommand->parsed()) {
+    validate.input.from = ParseFormatName(validateFormats.from);
+    return RunValidate(validate);
+  }
+  if (checkSchemaCommand->parsed()) return RunCheckSchema(checkSchema);
+  if (explainCommand->parsed()) return RunExplain(explain);
   check.input.from = ParseFormatName(checkFormats.from);
   if (check.files.empty()) check.files.push_back("-");
   return RunCheck(check);

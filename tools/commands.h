@@ -63,6 +63,28 @@ struct CheckOptions {
   std::vector<std::string> files;
 };
 
+struct ValidateOptions {
+  InputOptions input;  // how the files are read; all but the file
+  std::string schema;
+  std::string type;
+  size_t jobs = 1;
+  std::vector<std::string> files;
+};
+
+struct CheckSchemaOptions {
+  std::string schema;
+  size_t maxDepth = kDefaultMaxDepth;
+  bool strict = false;
+  bool raw = false;
+};
+
+struct ExplainOptions {
+  std::string schema;
+  std::string type;
+  AddressOptions at;
+  size_t maxDepth = kDefaultMaxDepth;
+};
+
 // Each returns the exit status, or throws ToolError.
 int RunConvert(const ConvertOptions& options);
 int RunGet(const GetOptions& options);
@@ -72,6 +94,9 @@ int RunSet(const SetOptions& options);
 int RunDelete(const DeleteOptions& options);
 int RunCat(const CatOptions& options);
 int RunCheck(const CheckOptions& options);
+int RunValidate(const ValidateOptions& options);
+int RunCheckSchema(const CheckSchemaOptions& options);
+int RunExplain(const ExplainOptions& options);
 
 }  // namespace posctl
 

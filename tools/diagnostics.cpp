@@ -1,5 +1,6 @@
 #include "diagnostics.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "text_encoding.h"
@@ -24,6 +25,17 @@ size_t CountCharacters(std::string_view bytes) {
 constexpr size_t kContextBytes = 60;
 
 bool gQuiet = false;
+thread_local std::string* tCapture = nullptr;
+
+void Say(const char* kind, const std::string& text) {
+  if (gQuiet) return;
+  const std::string line = std::string("posctl: ") + kind + ": " + text + "\n";
+  if (tCapture != nullptr) {
+    *tCapture += line;
+  } else {
+    std::fputs(line.c_str(), stderr);
+  }
+}
 
 bool IsControl(char32_t c) {
   return c < 0x20 || (c >= 0x7F && c <= 0x9F);
@@ -70,11 +82,19 @@ void PrintError(const ToolError& error) {
 }
 
 void Warn(const std::string& text) {
-  if (!gQuiet) std::fprintf(stderr, "posctl: warning: %s\n", text.c_str());
+  Say("warning", text);
 }
 
 void Note(const std::string& text) {
-  if (!gQuiet) std::fprintf(stderr, "posctl: note: %s\n", text.c_str());
+  Say("note", text);
+}
+
+CapturedMessages::CapturedMessages(std::string* sink) : previous_(tCapture) {
+  tCapture = sink;
+}
+
+CapturedMessages::~CapturedMessages() {
+  tCapture = previous_;
 }
 
 std::string Printable(std::string_view text) {
@@ -175,10 +195,29 @@ SourceExcerpt ExcerptFromInput(const InputSource& input, uint64_t offset) {
   return excerpt;
 }
 
+SourceExcerpt ExcerptAt(const InputSource& input, uint64_t offset, uint64_t line, uint64_t column) {
+  // As much of the line as FormatCaretDiagnostic shows, and more before the
+  // place, so that it knows to mark the cut.
+  const uint64_t from = offset > 2 * kContextBytes ? offset - 2 * kContextBytes : 0;
+  const std::string window = input.ReadRange(from, offset + 2 * kContextBytes + 1);
+  const size_t at = static_cast<size_t>(std::min<uint64_t>(offset - from, window.size()));
+  size_t start = at;
+  while (start > 0 && window[start - 1] != '\n') --start;
+  size_t end = window.find('\n', at);
+  if (end == std::string::npos) end = window.size();
+  SourceExcerpt excerpt;
+  excerpt.line = line;
+  excerpt.column = column;
+  excerpt.lineText = window.substr(start, end - start);
+  if (!excerpt.lineText.empty() && excerpt.lineText.back() == '\r') excerpt.lineText.pop_back();
+  excerpt.byteInLine = at - start;
+  return excerpt;
+}
+
 std::string FormatCaretDiagnostic(const std::string& name, const SourceExcerpt& excerpt,
-                                  const std::string& message) {
+                                  const std::string& message, const std::string& severity) {
   std::string out = name + ":" + std::to_string(excerpt.line) + ":" +
-                    std::to_string(excerpt.column) + ": error: " + message + "\n";
+                    std::to_string(excerpt.column) + ": " + severity + ": " + message + "\n";
   std::string_view line = excerpt.lineText;
   size_t at = excerpt.byteInLine > line.size() ? line.size() : excerpt.byteInLine;
   std::string prefix;
@@ -215,6 +254,12 @@ std::string FormatCaretDiagnostic(const std::string& name, const SourceExcerpt& 
   out += shown + suffix + "\n";
   out += caret + "^\n";
   return out;
+}
+
+std::string FormatAt(const InputSource& input, const Location& at, const std::string& message,
+                     const std::string& severity) {
+  return FormatCaretDiagnostic(input.name(), ExcerptAt(input, at.offset, at.line, at.column),
+                               message, severity);
 }
 
 std::string DescribeByte(unsigned char byte) {

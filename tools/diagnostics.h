@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "input_source.h"
+#include "source_tree.h"
 
 namespace posctl {
 
@@ -44,6 +45,19 @@ void PrintError(const ToolError& error);
 void Warn(const std::string& text);
 void Note(const std::string& text);
 
+// While it lives, what Warn and Note say on this thread goes to the end of
+// `sink` instead, for output that must come out in a fixed order.
+class CapturedMessages {
+ public:
+  explicit CapturedMessages(std::string* sink);
+  ~CapturedMessages();
+  CapturedMessages(const CapturedMessages&) = delete;
+  CapturedMessages& operator=(const CapturedMessages&) = delete;
+
+ private:
+  std::string* previous_;
+};
+
 // The line that holds a byte offset, and where in it the offset falls.
 struct SourceExcerpt {
   size_t line = 1;    // 1-based
@@ -58,12 +72,21 @@ SourceExcerpt ExcerptFromText(std::string_view text, size_t offset);
 // The same for an input, read only as far as the end of the line in question.
 SourceExcerpt ExcerptFromInput(const InputSource& input, uint64_t offset);
 
+// The same for a place whose line and column are known already: only the
+// bytes around it are read.
+SourceExcerpt ExcerptAt(const InputSource& input, uint64_t offset, uint64_t line, uint64_t column);
+
+// FormatCaretDiagnostic at a place in `input`.
+std::string FormatAt(const InputSource& input, const Location& at, const std::string& message,
+                     const std::string& severity = "error");
+
 // "name:line:column: error: message", then the line, then a caret under the
 // column. Control bytes of the line, and bytes that are no UTF-8, are shown
 // escaped (as Printable does), never sent to the terminal; tabs are kept, in
-// the caret line too, so that it lines up.
+// the caret line too, so that it lines up. `severity` replaces "error".
 std::string FormatCaretDiagnostic(const std::string& name, const SourceExcerpt& excerpt,
-                                  const std::string& message);
+                                  const std::string& message,
+                                  const std::string& severity = "error");
 
 // A byte as a reader wants to see it in a message: 'x' or byte 0xNN.
 std::string DescribeByte(unsigned char byte);

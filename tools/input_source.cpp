@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -108,7 +109,27 @@ InputSource InputSource::FromText(std::string name, std::string text) {
   return input;
 }
 
+InputSource InputSource::FromBytes(std::string name, std::shared_ptr<const ByteSource> source,
+                                   uint64_t size) {
+  InputSource input;
+  input.name_ = std::move(name);
+  input.bytes_ = std::move(source);
+  input.size_ = size;
+  return input;
+}
+
 ssize_t InputSource::ReadSome(uint64_t offset, void* buffer, size_t size) const {
+  if (bytes_ != nullptr) {
+    size_t done = 0;
+    while (done < size && offset + done < size_) {
+      const ssize_t n = bytes_->ReadAt(offset + done, static_cast<char*>(buffer) + done,
+                                       std::min<uint64_t>(size - done, size_ - offset - done));
+      if (n < 0) return -1;
+      if (n == 0) break;
+      done += static_cast<size_t>(n);
+    }
+    return static_cast<ssize_t>(done);
+  }
   if (!fd_) {
     if (offset >= text_.size()) return 0;
     const size_t count = std::min<uint64_t>(size, text_.size() - offset);

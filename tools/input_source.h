@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <streambuf>
 #include <string>
@@ -21,6 +22,14 @@ const char* DisplayFormatName(Format format);
 // "notation", "typea" or "json"; nullopt for anything else.
 std::optional<Format> ParseFormatName(const std::string& name);
 
+// Bytes of an input that come through something else than a descriptor,
+// read at any offset. -1 with errno set on failure; never throws.
+class ByteSource {
+ public:
+  virtual ~ByteSource() = default;
+  virtual ssize_t ReadAt(uint64_t offset, void* buffer, size_t size) const = 0;
+};
+
 // A named file, standard input for "-", or a text from the command line.
 // Every input is read more than once (posctl's own scan first, then the
 // library) and at any offset, so what can't be read that way, standard
@@ -32,6 +41,9 @@ class InputSource {
   explicit InputSource(const std::string& argument);
   // `text` under `name` in messages, such as the value of `set`.
   static InputSource FromText(std::string name, std::string text);
+  // `size` bytes that `source` gives, under `name` in messages.
+  static InputSource FromBytes(std::string name, std::shared_ptr<const ByteSource> source,
+                               uint64_t size);
 
   InputSource(InputSource&&) = default;
   InputSource& operator=(InputSource&&) = default;
@@ -60,6 +72,7 @@ class InputSource {
   std::string name_;
   UniqueFd fd_;
   std::string text_;  // the input itself, when it comes from the command line
+  std::shared_ptr<const ByteSource> bytes_;
   bool regularFile_ = false;
   uint64_t size_ = 0;
 };

@@ -10,6 +10,8 @@ namespace posctl {
 namespace {
 
 bool gVerbose = false;
+// Where this thread's collection of reports began.
+thread_local size_t tReportsBefore = 0;
 
 std::string FormatVersion(uint32_t version) {
   return std::to_string((version >> 16) & 0xFF) + "." + std::to_string((version >> 8) & 0xFF) +
@@ -74,14 +76,25 @@ void LibrarySession::BindAll() {
 }
 
 void LibrarySession::StartCollectingReports() {
-  reportsBefore_ = moxhost::Runtime::Get().Reports().size();
+  tReportsBefore = ReportCount();
 }
 
 std::vector<std::string> LibrarySession::CollectedReports() const {
+  return ReportsFrom(tReportsBefore);
+}
+
+size_t LibrarySession::ReportCount() {
+  return moxhost::Runtime::Get().Reports().size();
+}
+
+std::vector<std::string> LibrarySession::ReportsFrom(size_t first) {
   std::vector<std::string> all = moxhost::Runtime::Get().Reports();
-  if (reportsBefore_ >= all.size()) return {};
-  return std::vector<std::string>(all.begin() + static_cast<std::ptrdiff_t>(reportsBefore_),
-                                  all.end());
+  if (first >= all.size()) return {};
+  return std::vector<std::string>(all.begin() + static_cast<std::ptrdiff_t>(first), all.end());
+}
+
+bool LibrarySession::IsVerbose() {
+  return gVerbose;
 }
 
 std::string LibrarySession::TakeErrorText(MOXErrorRef error) const {

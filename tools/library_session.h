@@ -37,9 +37,18 @@ class LibrarySession {
   // went wrong, and the library's text is only shown where posctl has none.
   static void SetVerbose(bool verbose);
 
-  // Reports the library sent to MOXReportError from now on.
+  // Reports the library sent to MOXReportError from now on, on this
+  // thread's account. The runtime keeps one log for the process: with other
+  // threads at work, what they report is collected too.
   void StartCollectingReports();
   std::vector<std::string> CollectedReports() const;
+  // The number of reports so far, and those from the `first` on.
+  static size_t ReportCount();
+  static std::vector<std::string> ReportsFrom(size_t first);
+  static bool IsVerbose();
+  // Takes the reports so far as shown: the caller has shown them as it
+  // should.
+  void MarkReportsShown() { reportsShown_ = ReportCount(); }
   // With --verbose, prints the reports not shown yet. The session does this
   // when it ends too, so that they come before the message of a failure.
   void ShowReports();
@@ -51,7 +60,6 @@ class LibrarySession {
   void BindAll();
   std::unique_ptr<moxhost::LoadedLibrary> library_;
   Procs procs_;
-  size_t reportsBefore_ = 0;
   size_t reportsShown_ = 0;
 };
 

@@ -44,7 +44,8 @@ struct OpenLevel {
 
 class Scanner {
  public:
-  Scanner(std::string_view text, size_t maxDepth) : text_(text), maxDepth_(maxDepth) {
+  Scanner(std::string_view text, size_t maxDepth, SourceTreeBuilder* places)
+      : text_(text), maxDepth_(maxDepth), places_(places) {
     size_t nul = text_.find('\0');
     if (nul != std::string_view::npos) text_ = text_.substr(0, nul);
   }
@@ -107,6 +108,9 @@ class Scanner {
       return;
     }
     if (c == '<' || c == '[') {
+      if (places_ != nullptr) {
+        places_->Open(c == '<' ? SourceNode::Kind::kDict : SourceNode::Kind::kArray, Place(pos_));
+      }
       stack_.push_back({c == '<' ? Level::kDict : Level::kArray, pos_, {}});
       size_t depth = ContainerDepth();
       if (depth > result_.depth) result_.depth = depth;
@@ -164,7 +168,27 @@ class Scanner {
     } else {
       return Fail(pos_, "unexpected character " + DescribeByte(static_cast<unsigned char>(c)));
     }
+    if (places_ != nullptr) Record(isString, start);
     Completed(isString, start);
+  }
+
+  const Location& Place(size_t offset) { return lines_.AdvanceTo(text_, offset); }
+
+  // The token from `start` to the cursor, as a key or as a value.
+  void Record(bool isString, size_t start) {
+    if (!places_->ExpectsKey()) return places_->Scalar(Place(start));
+    if (!isString) return;  // refused as a key below
+    std::string key;
+    if (text_[start] != '(') {
+      key = std::string(text_.substr(start, pos_ - start));
+    } else {
+      // A backslash makes the next character literal.
+      for (size_t i = start + 1; i + 1 < pos_; ++i) {
+        if (text_[i] == '\\') ++i;
+        key += text_[i];
+      }
+    }
+    places_->Key(std::move(key), Place(start));
   }
 
   std::string Where(size_t offset) const {
@@ -191,6 +215,7 @@ class Scanner {
     }
     size_t opened = open.opened;
     stack_.pop_back();
+    if (places_ != nullptr) places_->Close();
     Completed(false, opened);
   }
 
@@ -217,6 +242,8 @@ class Scanner {
 
   std::string_view text_;
   size_t maxDepth_;
+  SourceTreeBuilder* places_;
+  LineCounter lines_;
   size_t pos_ = 0;
   bool failed_ = false;
   bool done_ = false;
@@ -226,8 +253,8 @@ class Scanner {
 
 }  // namespace
 
-NotationScan ScanNotation(std::string_view text, size_t maxDepth) {
-  return Scanner(text, maxDepth).Run();
+NotationScan ScanNotation(std::string_view text, size_t maxDepth, SourceTreeBuilder* places) {
+  return Scanner(text, maxDepth, places).Run();
 }
 
 }  // namespace posctl

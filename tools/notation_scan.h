@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "source_tree.h"
+
 namespace posctl {
 
 struct NotationScan {
@@ -25,8 +27,11 @@ struct NotationScan {
   std::string errorMessage;
 };
 
-// `text` ends at its first NUL byte, as it does for the library.
-NotationScan ScanNotation(std::string_view text, size_t maxDepth);
+// `text` ends at its first NUL byte, as it does for the library. With
+// `places`, the place of every value and key goes there, keys as the
+// library reads them.
+NotationScan ScanNotation(std::string_view text, size_t maxDepth,
+                          SourceTreeBuilder* places = nullptr);
 
 }  // namespace posctl
 

@@ -4,7 +4,7 @@
 _posctl() {
   local cur=${COMP_WORDS[COMP_CWORD]}
   local prev=${COMP_WORDS[COMP_CWORD - 1]}
-  local commands="convert get keys type set delete cat check"
+  local commands="convert get keys type set delete cat check validate check-schema explain"
   local input="--from --null-as --max-depth --object"
   local address="-p --pointer"
 
@@ -17,7 +17,7 @@ _posctl() {
       mapfile -t COMPREPLY < <(compgen -W "typea json notation" -- "$cur")
       return
       ;;
-    --null-as | --max-depth | --object)
+    --null-as | --max-depth | --object | -t | --type | -j | --jobs)
       # A value of the user's own.
       COMPREPLY=()
       return
@@ -44,6 +44,9 @@ _posctl() {
     delete) options="$input $address -o --output" ;;
     cat) options="--max-depth --json --compact" ;;
     check) options="--from --null-as --max-depth -q --quiet" ;;
+    validate) options="-s --schema -t --type -j --jobs --from --null-as --max-depth" ;;
+    check-schema) options="--strict --raw --max-depth" ;;
+    explain) options="$address --max-depth" ;;
     *) options="" ;;
   esac
   [[ -n $command ]] && options="-h --help -v --verbose $options"

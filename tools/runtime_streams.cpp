@@ -115,20 +115,25 @@ void OutputRelease(void* client) {
 
 RuntimeStream::RuntimeStream(LibrarySession& session, MOXContainer stream, std::string name)
     : session_(&session), stream_(session.procs(), stream), name_(std::move(name)) {
-  const Procs& procs = session.procs();
-  auto method = [&](const char* methodText, const char* procType) {
-    Atom methodName(procs, methodText);
-    Atom procTypeName(procs, procType);
-    void* proc = nullptr;
-    Check(procs.container.GetMethod(&proc, stream_.get(), methodName.get(), procTypeName.get(),
-                                    true));
-    return proc;
-  };
-  read_ = reinterpret_cast<MOXSimpleStreamReadProc>(method("Read", "MOXSimpleStreamReadProc"));
+  read_ = reinterpret_cast<MOXSimpleStreamReadProc>(Method("Read", "MOXSimpleStreamReadProc"));
   mark_ = reinterpret_cast<MOXPositionableStreamMarkProc>(
-      method("Mark", "MOXPositionableStreamMarkProc"));
+      Method("Mark", "MOXPositionableStreamMarkProc"));
   seek_ = reinterpret_cast<MOXPositionableStreamSeekProc>(
-      method("Seek", "MOXPositionableStreamSeekProc"));
+      Method("Seek", "MOXPositionableStreamSeekProc"));
+}
+
+void* RuntimeStream::Method(const char* method, const char* procType) {
+  const Procs& procs = session_->procs();
+  Atom methodName(procs, method);
+  Atom procTypeName(procs, procType);
+  void* proc = nullptr;
+  Check(
+      procs.container.GetMethod(&proc, stream_.get(), methodName.get(), procTypeName.get(), true));
+  return proc;
+}
+
+RuntimeStream RuntimeStream::Adopt(LibrarySession& session, MOXContainer stream, std::string name) {
+  return RuntimeStream(session, stream, std::move(name));
 }
 
 RuntimeStream RuntimeStream::FromInput(LibrarySession& session, const InputSource& input) {
@@ -180,6 +185,21 @@ int64_t RuntimeStream::Position() {
 
 void RuntimeStream::SeekTo(int64_t position) {
   Check(seek_(stream_.get(), position, 0));
+}
+
+void RuntimeStream::Write(const void* buffer, uint64_t size) {
+  auto write =
+      reinterpret_cast<MOXSimpleStreamWriteProc>(Method("Write", "MOXSimpleStreamWriteProc"));
+  Check(write(stream_.get(), buffer, size));
+}
+
+RuntimeStream RuntimeStream::Copy() {
+  auto copy = reinterpret_cast<MOXPositionableStreamCreateIndependentlyPositionableStreamProc>(
+      Method("CreateIndependentlyPositionableStream",
+             "MOXPositionableStreamCreateIndependentlyPositionableStreamProc"));
+  MOXContainer other = nullptr;
+  Check(copy(stream_.get(), &other));
+  return RuntimeStream(*session_, other, name_);
 }
 
 }  // namespace posctl

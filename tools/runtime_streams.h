@@ -21,6 +21,9 @@ class RuntimeStream {
   // A stream whose writes go to `out`, which must outlive it. Positions
   // count the bytes written; it can't be read or moved.
   static RuntimeStream ToOutput(LibrarySession& session, OutputFile& out);
+  // A positionable stream made elsewhere, such as by the library; takes a
+  // reference of its own. `name` is the stream's name in messages.
+  static RuntimeStream Adopt(LibrarySession& session, MOXContainer stream, std::string name);
 
   MOXContainer handle() const { return stream_.get(); }
 
@@ -28,10 +31,14 @@ class RuntimeStream {
   uint64_t Read(void* buffer, uint64_t size);
   int64_t Position();
   void SeekTo(int64_t position);
+  void Write(const void* buffer, uint64_t size);
+  // Another stream over the same bytes, with a position of its own.
+  RuntimeStream Copy();
 
  private:
   RuntimeStream(LibrarySession& session, MOXContainer stream, std::string name);
   void Check(MOXErrorRef error);
+  void* Method(const char* method, const char* procType);
 
   LibrarySession* session_;
   Ref stream_;

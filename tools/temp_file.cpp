@@ -54,22 +54,6 @@ void InstallHandlersOnce() {
   }
 }
 
-// Holds off every catchable signal for its scope.
-class SignalBlock {
- public:
-  SignalBlock() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, &old_);
-  }
-  ~SignalBlock() { pthread_sigmask(SIG_SETMASK, &old_, nullptr); }
-  SignalBlock(const SignalBlock&) = delete;
-  SignalBlock& operator=(const SignalBlock&) = delete;
-
- private:
-  sigset_t old_;
-};
-
 // Call with signals held off. -1 when the path doesn't fit or no slot is free.
 int RegisterForCleanup(const std::string& path) {
   if (path.size() >= PATH_MAX) return -1;
@@ -141,6 +125,26 @@ std::string HiddenSibling(const std::string& dir, const std::string& base,
 
 }  // namespace
 
+SignalsHeld::SignalsHeld() {
+  sigset_t all;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, &old_);
+}
+
+SignalsHeld::~SignalsHeld() {
+  pthread_sigmask(SIG_SETMASK, &old_, nullptr);
+}
+
+RemovedOnSignal::RemovedOnSignal(const std::string& path) {
+  SignalsHeld held;
+  slot_ = RegisterForCleanup(path);
+}
+
+RemovedOnSignal::~RemovedOnSignal() {
+  SignalsHeld held;
+  UnregisterForCleanup(slot_);
+}
+
 std::string TempDirectory() {
   const char* dir = std::getenv("TMPDIR");
   return dir != nullptr && dir[0] != '\0' ? dir : "/tmp";
@@ -150,7 +154,7 @@ UniqueFd OpenScratchFile(const std::string& dir, const char* stem) {
   UniqueFd fd(OpenUnnamed(dir, O_RDWR, 0600));
   if (fd || !MeansUnsupported(errno)) return fd;
   std::string path = dir + "/" + stem + ".XXXXXX";
-  SignalBlock block;
+  SignalsHeld held;
   fd.Reset(mkostemp(path.data(), O_CLOEXEC));
   if (fd) unlink(path.c_str());
   return fd;
@@ -184,7 +188,7 @@ PendingFile::~PendingFile() {
 
 void PendingFile::Discard() {
   if (!namedPath_.empty()) {
-    SignalBlock block;
+    SignalsHeld held;
     unlink(namedPath_.c_str());
     UnregisterForCleanup(cleanupSlot_);
     cleanupSlot_ = -1;
@@ -209,7 +213,7 @@ bool PendingFile::Create(const std::string& dir, const std::string& base, mode_t
     errno = error;
     return false;
   }
-  SignalBlock block;
+  SignalsHeld held;
   std::string path = HiddenSibling(dir, base, "XXXXXX");
   fd_.Reset(mkostemp(path.data(), O_CLOEXEC));
   if (!fd_) return false;
@@ -244,7 +248,7 @@ bool PendingFile::Publish(const std::string& path) {
   // On disk before it has a name: a crash after the rename must not leave
   // an empty file where the old one was.
   if (fsync(fd_.get()) != 0) return fail();
-  SignalBlock block;
+  SignalsHeld held;
   if (!namedPath_.empty()) {
     if (rename(namedPath_.c_str(), path.c_str()) != 0) return fail();
     UnregisterForCleanup(cleanupSlot_);

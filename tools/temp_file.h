@@ -17,6 +17,7 @@
 #ifndef POSCTL_TEMP_FILE_H_
 #define POSCTL_TEMP_FILE_H_
 
+#include <signal.h>
 #include <sys/types.h>
 
 #include <string>
@@ -24,6 +25,35 @@
 #include "unique_fd.h"
 
 namespace posctl {
+
+// Holds off every catchable signal for its scope, so that a file and its
+// registration for removal come into being together.
+class SignalsHeld {
+ public:
+  SignalsHeld();
+  ~SignalsHeld();
+  SignalsHeld(const SignalsHeld&) = delete;
+  SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+ private:
+  sigset_t old_;
+};
+
+// While it lives, posctl's handlers of the catchable signals remove the file
+// `path`, a temporary file with a name that another part (the library) made
+// and removes itself when all goes well. False from registered() when
+// there was no room for it.
+class RemovedOnSignal {
+ public:
+  explicit RemovedOnSignal(const std::string& path);
+  ~RemovedOnSignal();
+  RemovedOnSignal(const RemovedOnSignal&) = delete;
+  RemovedOnSignal& operator=(const RemovedOnSignal&) = delete;
+  bool registered() const { return slot_ >= 0; }
+
+ private:
+  int slot_;
+};
 
 // $TMPDIR, or /tmp when it is unset or empty.
 std::string TempDirectory();

@@ -1,12 +1,11 @@
 #include "typea_depth_scan.h"
 
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
-#include "diagnostics.h"
+#include "block_reader.h"
 
 namespace posctl {
 namespace {
@@ -24,33 +23,6 @@ constexpr char kBinDataEscapes[] = "\\\\}}";
 constexpr char kArrayEscapes[] = "\\\\]]";
 constexpr char kDictEscapes[] = "\\\\>>";
 
-class BlockReader {
- public:
-  explicit BlockReader(const InputSource& input) : input_(input) {}
-
-  bool Next(unsigned char* byte) {
-    if (at_ == size_) {
-      const ssize_t n = input_.ReadSome(offset_, block_, sizeof block_);
-      if (n < 0) FailInput("posctl: error: " + input_.name() + ": " + std::strerror(errno));
-      size_ = static_cast<size_t>(n);
-      at_ = 0;
-      if (size_ == 0) return false;
-    }
-    *byte = static_cast<unsigned char>(block_[at_++]);
-    ++offset_;
-    return true;
-  }
-  // Offset of the next byte.
-  uint64_t offset() const { return offset_; }
-
- private:
-  const InputSource& input_;
-  char block_[1 << 16];
-  size_t size_ = 0;
-  size_t at_ = 0;
-  uint64_t offset_ = 0;
-};
-
 // One decoded character, the way the library's character reader gives it.
 struct Char {
   unsigned char value = 0;
@@ -66,15 +38,17 @@ struct Frame {
   int items = 0;  // objects read so far, for binary data's name and size
 };
 
-class Scanner {
- public:
-  Scanner(const InputSource& input, size_t maxDepth) : in_(input), maxDepth_(maxDepth) {}
+}  // namespace
 
-  TypeADepthScan Run() {
-    while (ReadStreamHeader() && ReadTopObject()) {
-    }
-    return result_;
+class TypeAScanner::Impl {
+ public:
+  Impl(const InputSource& input, size_t maxDepth) : in_(input), maxDepth_(maxDepth) {}
+
+  bool NextStream(SourceTreeBuilder* places) {
+    places_ = places;
+    return ReadStreamHeader() && ReadTopObject();
   }
+  const TypeADepthScan& result() const { return result_; }
 
  private:
   // False at the end of the input or where the library would refuse it.
@@ -124,6 +98,7 @@ class Scanner {
   bool ReadTopObject() {
     std::vector<Frame> stack;
     stack.push_back({Form::kOutside, 0, kOutsideEscapes});
+    size_t inBinData = 0;  // what binary data holds is no value of the tree
     for (;;) {
       Frame& frame = stack.back();
       if (frame.form == Form::kBinData && frame.items == 2) {
@@ -133,10 +108,12 @@ class Scanner {
           if (!GetChar(frame.escapes, &c)) return false;
         } while (c.escaped || c.value != '}');
         stack.pop_back();
+        --inBinData;
         if (!ObjectDone(stack)) return true;
         continue;
       }
-      const uint64_t start = in_.offset();
+      const Location at = in_.here();
+      const uint64_t start = at.offset;
       Char c;
       if (!GetChar(frame.escapes, &c)) return false;
       if (!c.escaped && c.value == frame.close) {
@@ -144,20 +121,33 @@ class Scanner {
         // dictionary ends here; anywhere else the library refuses it.
         if (frame.form != Form::kArray && frame.form != Form::kDict) return false;
         stack.pop_back();
+        if (Recording(inBinData)) places_->Close();
         if (!ObjectDone(stack)) return true;
         continue;
       }
+      const bool record = Recording(inBinData);
       switch (c.value) {
         case ' ':
           continue;
         case '#':
           if (!SkipNumber()) return false;
+          if (record) places_->Scalar(at);
           break;
-        case '"':
-          if (!SkipQuoted('"', kStringEscapes)) return false;
+        case '"': {
+          const bool key = record && places_->ExpectsKey();
+          std::string text;
+          if (!SkipQuoted('"', kStringEscapes, key ? &text : nullptr)) return false;
+          if (key) {
+            // A string ends at its first zero byte.
+            places_->Key(text.substr(0, text.find('\0')), at);
+          } else if (record) {
+            places_->Scalar(at);
+          }
           break;
+        }
         case '`':
-          if (!SkipQuoted('`', kUnicodeEscapes)) return false;
+          if (!SkipQuoted('`', kUnicodeEscapes, nullptr)) return false;
+          if (record) places_->Scalar(at);
           break;
         case '[':
         case '<':
@@ -165,6 +155,13 @@ class Scanner {
           Frame opened = c.value == '['   ? Frame{Form::kArray, ']', kArrayEscapes}
                          : c.value == '<' ? Frame{Form::kDict, '>', kDictEscapes}
                                           : Frame{Form::kBinData, '}', kBinDataEscapes};
+          if (record && opened.form == Form::kBinData) places_->Scalar(at);
+          if (record && opened.form != Form::kBinData) {
+            places_->Open(
+                opened.form == Form::kArray ? SourceNode::Kind::kArray : SourceNode::Kind::kDict,
+                at);
+          }
+          if (opened.form == Form::kBinData) ++inBinData;
           stack.push_back(opened);
           const size_t depth = stack.size() - 1;
           if (depth > result_.depth) result_.depth = depth;
@@ -202,23 +199,43 @@ class Scanner {
     return length > 0;
   }
 
-  bool SkipQuoted(unsigned char close, const char* escapes) {
-    Char c;
-    do {
+  // Passes over a string up to its closing byte; with `text`, collects its
+  // bytes as the library reads them.
+  bool SkipQuoted(unsigned char close, const char* escapes, std::string* text) {
+    for (;;) {
+      Char c;
       if (!GetChar(escapes, &c)) return false;
-    } while (c.escaped || c.value != close);
-    return true;
+      if (!c.escaped && c.value == close) return true;
+      if (text != nullptr) *text += static_cast<char>(c.value);
+    }
   }
+
+  bool Recording(size_t inBinData) const { return places_ != nullptr && inBinData == 0; }
 
   BlockReader in_;
   size_t maxDepth_;
+  SourceTreeBuilder* places_ = nullptr;
   TypeADepthScan result_;
 };
 
-}  // namespace
+TypeAScanner::TypeAScanner(const InputSource& input, size_t maxDepth)
+    : impl_(std::make_unique<Impl>(input, maxDepth)) {}
+
+TypeAScanner::~TypeAScanner() = default;
+
+bool TypeAScanner::NextStream(SourceTreeBuilder* places) {
+  return impl_->NextStream(places);
+}
+
+const TypeADepthScan& TypeAScanner::result() const {
+  return impl_->result();
+}
 
 TypeADepthScan ScanTypeADepth(const InputSource& input, size_t maxDepth) {
-  return Scanner(input, maxDepth).Run();
+  TypeAScanner scanner(input, maxDepth);
+  while (scanner.NextStream(nullptr)) {
+  }
+  return scanner.result();
 }
 
 }  // namespace posctl

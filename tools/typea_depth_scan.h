@@ -9,8 +9,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "input_source.h"
+#include "source_tree.h"
 
 namespace posctl {
 
@@ -24,6 +26,26 @@ struct TypeADepthScan {
 // between them. The pass stops quietly where the library's reader would
 // refuse the input, since nothing beyond that point is ever read.
 TypeADepthScan ScanTypeADepth(const InputSource& input, size_t maxDepth);
+
+// The same pass a stream at a time, so that a stream the library has read
+// can be followed again to find its values: the scanner reads nothing twice.
+class TypeAScanner {
+ public:
+  TypeAScanner(const InputSource& input, size_t maxDepth);
+  ~TypeAScanner();
+  TypeAScanner(const TypeAScanner&) = delete;
+  TypeAScanner& operator=(const TypeAScanner&) = delete;
+
+  // Passes over the next stream; with `places`, the place of each of its
+  // values and keys goes there (what binary data holds is no value). False
+  // at the end of the input, or where the library would refuse it.
+  bool NextStream(SourceTreeBuilder* places);
+  const TypeADepthScan& result() const;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
 
 }  // namespace posctl
 

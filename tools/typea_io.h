@@ -24,6 +24,8 @@ class TypeAReader {
   // library refuses throws ToolError: "name:line:column: error: ..." where
   // the library stopped reading, with the line and a caret.
   Ref Next();
+  // True when nothing but whitespace is left.
+  bool AtEnd() { return !SkipWhitespace(); }
   // Byte offset where the object last returned began.
   int64_t lastStart() const { return lastStart_; }
   // Byte offset just behind the last object read.

@@ -226,7 +226,7 @@ TEST(Docs, CompletionOffersTheCommandsOptionsAndFormatsOfTheHelp) {
     EXPECT_EQ(Complete({"posctl", "convert", option, ""}), formats) << option;
   }
   EXPECT_EQ(Complete({"posctl", "get", "--js"}), Names{"--json"});
-  EXPECT_EQ(Complete({"posctl", "ch"}), Names{"check"});
+  EXPECT_EQ(Complete({"posctl", "ch"}), (Names{"check", "check-schema"}));
 }
 
 }  // namespace
