@@ -4,12 +4,13 @@
 #include <cstdio>
 #include <exception>
 
+#include "POSValidatorProcs.h"
+
 #include "commands.h"
 #include "diagnostics.h"
 #include "document_places.h"
 #include "fault_lines.h"
 #include "fault_report.h"
-#include "meta_schema.h"
 #include "schema_check_view.h"
 #include "schema_source.h"
 #include "schema_warnings.h"
@@ -21,7 +22,7 @@ namespace {
 SchemaModel ReadMetaSchema(LibrarySession& session) {
   const Procs& procs = session.procs();
   const char* stop = nullptr;
-  Ref meta(procs, procs.posStatics.CreateFromText(kMetaSchemaText, &stop));
+  Ref meta(procs, procs.posStatics.CreateFromText(POS_STRUCT_VALIDATOR_META_SCHEMA_TEXT, &stop));
   if (!meta || !procs.posDict.IsPOSDict(meta.get())) {
     FailInput("posctl: error: the library can't read the schema language's own schema");
   }

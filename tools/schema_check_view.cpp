@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <map>
 
+#include "POSValidatorProcs.h"
+
 #include "diagnostics.h"
 #include "nearest_name.h"
 
 namespace posctl {
 namespace {
 
-constexpr char kSchemaType[] = "StructSchema";
 constexpr std::string_view kUnknown = "Unknown member ";
 
 struct Form {
@@ -60,7 +61,7 @@ class View {
     std::vector<std::vector<SchemaFault>> groups;
     std::map<std::string, size_t> groupOf;
     for (const std::string& line : lines) {
-      FaultPlace place = LocateFault(line, meta_, kSchemaType, root_);
+      FaultPlace place = LocateFault(line, meta_, POS_STRUCT_VALIDATOR_SCHEMA_TYPE, root_);
       SchemaFault fault{std::move(place), line};
       const std::vector<FaultStep>& steps = fault.place.steps;
       const bool ofEntry = !raw && !steps.empty() && steps[0].kind == FaultStep::Kind::kMember;

@@ -104,7 +104,8 @@ bool ValidateSchemaAgainstMeta(const CPOSDict& schema, POSValidatorErrorProc err
   }
   StructValidator metaValidator(meta, /*validateSchema=*/false);
   metaValidator.RegisterCallback(CMOXStringHolder("TypeName"), &TypeNameExists, &names);
-  return metaValidator.Validate(schema, CMOXStringHolder("StructSchema"), errorProc);
+  return metaValidator.Validate(schema, CMOXStringHolder(POS_STRUCT_VALIDATOR_SCHEMA_TYPE),
+                                errorProc);
 }
 
 }  // namespace NPOSValidatorImpl
