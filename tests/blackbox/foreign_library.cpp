@@ -129,14 +129,14 @@ MOXContainer ForeignLibrary::NewValidator(const char* schemaText) const {
   return validator;
 }
 
-bool ForeignLibrary::Validate(MOXContainer validator, MOXContainer value, const char* type,
-                              Strings* lines) const {
+bool Validate(const POSProcs& p, MOXContainer validator, MOXContainer value, const char* type,
+              Strings* lines) {
   LineSink sink(lines);
   POSProcs::Atom name{p, p.string.NewStringAtom(type)};
   return p.posValidator.Validate(validator, value, name.atom, &CollectLine);
 }
 
-bool ForeignLibrary::ValidateSchema(MOXContainer schema, Strings* lines) const {
+bool ValidateSchema(const POSProcs& p, MOXContainer schema, Strings* lines) {
   LineSink sink(lines);
   return p.posStructValidator.ValidateSchema(schema, &CollectLine);
 }

@@ -47,6 +47,13 @@ class MemoryStream {
   MOXPositionableStreamSeekProc seek_ = nullptr;
 };
 
+// Validate with a type name; the lines go to `lines` when given.
+bool Validate(const POSProcs& p, MOXContainer validator, MOXContainer value, const char* type,
+              Strings* lines = nullptr);
+// ValidateSchema, whose exceptions reach the caller; the lines go to `lines`
+// when given.
+bool ValidateSchema(const POSProcs& p, MOXContainer schema, Strings* lines = nullptr);
+
 // Its helpers are public, so that tables of scenarios can reach them.
 class ForeignLibrary : public ::testing::Test {
  protected:
@@ -62,11 +69,13 @@ class ForeignLibrary : public ::testing::Test {
   MOXContainer Parse(const std::string& text) const { return Parse(text.c_str()); }
   // A validator of the schema in `text`, kept by the caller.
   MOXContainer NewValidator(const char* schemaText) const;
-  // Validate with a type name; the lines go to `lines` when given.
   bool Validate(MOXContainer validator, MOXContainer value, const char* type,
-                Strings* lines = nullptr) const;
-  // ValidateSchema; the lines go to `lines` when given.
-  bool ValidateSchema(MOXContainer schema, Strings* lines = nullptr) const;
+                Strings* lines = nullptr) const {
+    return moxtest::Validate(p, validator, value, type, lines);
+  }
+  bool ValidateSchema(MOXContainer schema, Strings* lines = nullptr) const {
+    return moxtest::ValidateSchema(p, schema, lines);
+  }
 
   POSProcs p;
   std::unique_ptr<moxhost::LoadedLibrary> library_;
