@@ -9,7 +9,8 @@
 // (scripts/fuzz does):
 //
 //   ASAN_OPTIONS=allocator_may_return_null=1 build-fuzz/fuzz/typea_reader_fuzz \
-//       -rss_limit_mb=0 -dict=fuzz/typea.dict build-fuzz/corpus fuzz/corpus/typea_reader
+//       -rss_limit_mb=0 -dict=fuzz/typea_reader.dict build-fuzz/corpus/typea_reader \
+//       fuzz/corpus/typea_reader
 #include "binding/client_streams.h"
 #include "fuzz_session.h"
 #include "pos/pos_client.h"

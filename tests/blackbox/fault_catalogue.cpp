@@ -179,6 +179,92 @@ void ValidateWithCallbacks(FaultRun& r) {
   r.text = Lines(valid, lines);
 }
 
+// Directory objects made every way; a unique file made, found, renamed and
+// deleted in the temporary directory. Each out-parameter holds a result
+// exactly when no error came back.
+void DirectoryOperations(FaultRun& r) {
+  const POSProcs& p = r.p;
+  MOXContainer current = nullptr;
+  bool failed = r.Failed(p.utilsDir.GetCurrent(&current));
+  EXPECT_EQ(failed, current == nullptr);
+  r.Own(current);
+  MOXContainer named = nullptr;
+  {
+    const POSProcs::Atom path{p, p.string.NewStringAtom("/a")};
+    failed = r.Failed(p.utilsDir.NewMOXUtilsDir(&named, path.atom));
+    EXPECT_EQ(failed, named == nullptr);
+    r.Own(named);
+  }
+  MOXContainer dir = nullptr;
+  failed = r.Failed(p.utilsDir.GetTempDir(&dir));
+  EXPECT_EQ(failed, dir == nullptr);
+  if (failed) return;
+  r.Own(dir);
+  const POSProcs::Atom stem{p, p.string.NewStringAtom("st")};
+  const POSProcs::Atom second{p, p.string.NewStringAtom("x")};
+  const POSProcs::Atom renamed{p, p.string.NewStringAtom("renamed")};
+  MOXStringAtom made = nullptr;
+  if (r.Failed(p.utilsDir.CreateUniqueFilename(&made, dir, stem.atom, second.atom))) {
+    EXPECT_EQ(made, nullptr);
+    return;
+  }
+  const POSProcs::Atom unique{p, made};
+  MOXStringAtom path = nullptr;
+  if (!r.Failed(p.utilsDir.GetFilePathSpec(&path, dir, unique.atom))) {
+    const POSProcs::Atom joined{p, path};
+    r.text += std::string(p.string.GetCString(path)).find("/st.") != std::string::npos
+                  ? "path "
+                  : "a wrong path ";
+  } else {
+    EXPECT_EQ(path, nullptr);
+  }
+  uint8_t exists = 2;
+  if (!r.Failed(p.utilsDir.FileExists(&exists, dir, unique.atom))) {
+    r.text += "exists " + std::to_string(exists) + " ";
+  } else {
+    EXPECT_EQ(exists, 0);
+  }
+  if (!r.Failed(p.utilsDir.Rename(dir, unique.atom, renamed.atom))) r.text += "renamed ";
+  if (!r.Failed(p.utilsDir.Delete(dir, renamed.atom))) r.text += "deleted";
+}
+
+// A temporary stream written, then copied twice; each copy reads what was
+// written from a position of its own, and the stream itself reads it too.
+void TempStreamsAndCopies(FaultRun& r) {
+  const POSProcs& p = r.p;
+  MOXContainer stream = nullptr;
+  const bool failed =
+      r.Failed(p.tempFileStreamFactory.NewTempFileStream(&stream, "ts", "x", "w+b"));
+  EXPECT_EQ(failed, stream == nullptr);
+  if (failed) return;
+  r.Own(stream);
+  void* write = nullptr;
+  void* mark = nullptr;
+  void* copy = nullptr;
+  if (r.Failed(StreamMethod(p, stream, "Write", "MOXSimpleStreamWriteProc", &write)) ||
+      r.Failed(StreamMethod(p, stream, "Mark", "MOXPositionableStreamMarkProc", &mark)) ||
+      r.Failed(StreamMethod(p, stream, "CreateIndependentlyPositionableStream",
+                            "MOXPositionableStreamCreateIndependentlyPositionableStreamProc",
+                            &copy)) ||
+      r.Failed(reinterpret_cast<MOXSimpleStreamWriteProc>(write)(stream, "payload", 7))) {
+    return;
+  }
+  int64_t position = -1;
+  if (!r.Failed(reinterpret_cast<MOXPositionableStreamMarkProc>(mark)(stream, &position))) {
+    r.text += "at " + std::to_string(position) + "\n";
+  }
+  for (int i = 0; i < 2; ++i) {
+    MOXContainer made = nullptr;
+    if (r.Failed(reinterpret_cast<MOXPositionableStreamCreateIndependentlyPositionableStreamProc>(
+            copy)(stream, &made))) {
+      EXPECT_EQ(made, nullptr);
+      continue;
+    }
+    r.text += "copy " + ReadAll(r, r.Own(made)) + "\n";
+  }
+  r.text += "first " + ReadAll(r, stream);
+}
+
 }  // namespace
 
 const std::vector<FaultScenario> kFaultCatalogue = {
@@ -192,6 +278,11 @@ const std::vector<FaultScenario> kFaultCatalogue = {
     {"ValidateSchemaOfAValidSchema", &CheckValidSchema, false, nullptr},
     {"ValidateSchemaOfAnInvalidSchema", &CheckInvalidSchema, false, nullptr},
     {"ValidateWithCallbacks", &ValidateWithCallbacks, false, nullptr},
+    {"DirectoryOperations", &DirectoryOperations, false,
+     "the unique file (whose descriptor CreateUniqueFilename leaves open) when a later step "
+     "fails: it stays, under its own name or the new one"},
+    {"TempStreamsAndCopies", &TempStreamsAndCopies, false,
+     "the unique file of a NewTempFileStream that fails once it is made, with its descriptor"},
 };
 
 }  // namespace moxtest

@@ -1,9 +1,12 @@
 // The fault loops over the catalogue (fault_loop.h), one test per scenario.
 // Each prints how many faults it injected, as "[ faults   ] ...".
 #include <cstdio>
+#include <memory>
+#include <set>
 
 #include "blackbox/fault_loop.h"
 #include "support/live_counts.h"
+#include "support/scratch_dir.h"
 
 namespace moxtest {
 
@@ -39,6 +42,11 @@ bool FaultRun::Failed(MOXErrorRef error) {
   return true;
 }
 
+// Names a scenario in test names and messages.
+void PrintTo(const FaultScenario& scenario, std::ostream* out) {
+  *out << scenario.name;
+}
+
 namespace {
 
 // Each fault point, and the report that a fault of it gives.
@@ -71,10 +79,33 @@ const std::set<std::string> kConsequences = {
     "getNextChar unexpected EOF",
 };
 
+constexpr char kCopyMethod[] = "CreateIndependentlyPositionableStream";
+constexpr char kCopyProcType[] = "MOXPositionableStreamCreateIndependentlyPositionableStreamProc";
+
 class FaultLoops : public ForeignLibrary, public ::testing::WithParamInterface<FaultScenario> {
  protected:
   void SetUp() override {
+    // The temporary directory of the file scenarios, before the library
+    // starts.
+    scratch_ = std::make_unique<ScratchDir>();
     ForeignLibrary::SetUp();
+    // The method tables of a temporary stream and of its copies stay from
+    // their first use until the stop, which the fixture checks.
+    MOXContainer warm = nullptr;
+    ASSERT_EQ(p.tempFileStreamFactory.NewTempFileStream(&warm, "warm", "", "w+b"), nullptr);
+    p.Keep(warm);
+    void* copy = nullptr;
+    ASSERT_EQ(p.container.GetMethod(
+                  &copy, warm, POSProcs::Atom{p, p.string.NewStringAtom(kCopyMethod)}.atom,
+                  POSProcs::Atom{p, p.string.NewStringAtom(kCopyProcType)}.atom, true),
+              nullptr);
+    MOXContainer copied = nullptr;
+    ASSERT_EQ(reinterpret_cast<MOXPositionableStreamCreateIndependentlyPositionableStreamProc>(
+                  copy)(warm, &copied),
+              nullptr);
+    p.Drop(copied);
+    p.container.Release(warm);
+    started_ = Runtime::Get().Counts();
     in_.tree = Parse(kFaultTree);
     in_.schema = Parse(kFaultSchema);
     in_.validator = p.Keep(p.posStructValidator.NewPOSStructValidator(in_.schema));
@@ -87,6 +118,19 @@ class FaultLoops : public ForeignLibrary, public ::testing::WithParamInterface<F
     }
     if (reference_ != nullptr) p.container.Release(reference_);
     ForeignLibrary::TearDown();
+    scratch_.reset();
+  }
+
+  // After each run: nothing left in the temporary directory but what the
+  // scenario names as an accepted leak, which goes, with the descriptors
+  // that unique files keep open on purpose.
+  void ClearFiles(bool faulted) {
+    const Names left = scratch_->Entries();
+    if (!faulted || GetParam().acceptedLeak == nullptr) {
+      EXPECT_EQ(left, Names{}) << "left behind";
+    }
+    for (const std::string& name : left) scratch_->Remove(name);
+    scratch_->CloseDescriptors();
   }
 
   // Runs the scenario without faults, keeps its result, and counts the calls
@@ -102,12 +146,14 @@ class FaultLoops : public ForeignLibrary, public ::testing::WithParamInterface<F
       reference_ = p.Keep(run.object);
       referenceText_ = run.text;
       EXPECT_EQ(run.failures, Strings{});
+      // The run's releases come after its faults are cleared: they don't count.
+      for (const Point& point : kPoints) {
+        const int i = static_cast<int>(point.point);
+        calls_[i] = Runtime::Get().FaultPointCalls(point.point) - before[i];
+      }
     }
     EXPECT_EQ(TakeReports(), Strings{});
-    for (const Point& point : kPoints) {
-      const int i = static_cast<int>(point.point);
-      calls_[i] = Runtime::Get().FaultPointCalls(point.point) - before[i];
-    }
+    ClearFiles(false);
   }
 
   // One run with the n-th call at `point` failing, or every call from the
@@ -140,6 +186,7 @@ class FaultLoops : public ForeignLibrary, public ::testing::WithParamInterface<F
             << referenceText_;
       }
     }
+    ClearFiles(true);
     EXPECT_LE(RawPointerProbe::made, RawPointerProbe::released);
     EXPECT_LE(RawPointerProbe::released, RawPointerProbe::attempts);
     return failed;
@@ -153,6 +200,7 @@ class FaultLoops : public ForeignLibrary, public ::testing::WithParamInterface<F
                                      p.posObject.IsEqual(reference_, run.object));
   }
 
+  std::unique_ptr<ScratchDir> scratch_;
   FaultInputs in_;
   MOXContainer reference_ = nullptr;
   std::string referenceText_;

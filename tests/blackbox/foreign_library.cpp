@@ -79,7 +79,8 @@ void ForeignLibrary::SetUp() {
   Runtime::Get().ClearReports();
   loaded_ = Runtime::Get().Counts();
   std::string error;
-  library_.reset(moxhost::LoadedLibrary::Open(moxhost::LoadedLibrary::DefaultPath(), &error));
+  library_.reset(moxhost::LoadedLibrary::Open(
+      moxhost::LoadedLibrary::Locate({MOX_BUILT_LIBRARY_DIR}), &error));
   ASSERT_NE(library_, nullptr) << error;
   ASSERT_TRUE(library_->Start());
   ASSERT_TRUE(p.Load(Runtime::LookupProc()));
