@@ -47,6 +47,9 @@ class FaultRun {
   MOXContainer object = nullptr;
   std::string text;
   Strings failures;
+  // Set by a scenario while a failure would leave its accepted leak (a file
+  // in the temporary directory) behind: only then may files remain.
+  bool mayLeaveFiles = false;
 
  private:
   std::vector<MOXContainer> owned_;
@@ -58,7 +61,8 @@ struct FaultScenario {
   // A fault may end in the neutral result with no report: DeepGet's walk
   // takes every failure of a step for a miss.
   bool quiet;
-  // What the scenario may leave behind on purpose; null for nothing.
+  // What the scenario may leave behind on purpose, and when; null for
+  // nothing.
   const char* acceptedLeak;
 };
 
