@@ -12,7 +12,7 @@ namespace posctl {
 namespace {
 
 // The library's reader, writer and parser recurse once per level; past some
-// ten thousand levels they run out of the default stack.
+// ten thousand levels they refuse the input for want of the default stack.
 constexpr size_t kLargestMaxDepth = 5000;
 
 constexpr const char* kCommands[] = {"convert",  "get",          "keys",   "type",

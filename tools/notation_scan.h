@@ -1,8 +1,10 @@
 // A pass over text notation before the library sees it. The library's parser
-// recurses once per level with no limit, so the nesting depth is measured
-// here first. The same pass follows the grammar the way the library's parser
-// does, because the parser reports only where it stopped, never why: the
-// reason shown to the user comes from this pass.
+// recurses once per level and refuses a text too deep for the thread's stack,
+// at a depth that depends on the stack and the build, so the nesting depth is
+// measured here first, against a limit that is the same on every machine.
+// The same pass follows the grammar the way the library's parser does,
+// because the parser reports only where it stopped, never why: the reason
+// shown to the user comes from this pass.
 #ifndef POSCTL_NOTATION_SCAN_H_
 #define POSCTL_NOTATION_SCAN_H_
 

@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "errors.h"
+#include "faults.h"
 #include "MOXRuntimeProcs.h"
 #include "reports.h"
 #include "stats.h"
@@ -323,7 +324,7 @@ MOXErrorRef NewFullContainer(MOXContainer* out, void* instance, MOXStringAtom in
     return MakeError(kInvalidArgument, "NewFullContainer: null out-parameter");
   }
   *out = nullptr;
-  Container* container = AllocateContainer();
+  Container* container = ShouldFail(Fault::kContainer) ? nullptr : AllocateContainer();
   if (container == nullptr) {
     if (destroy != nullptr) destroy(instance);
     return OutOfMemoryError();

@@ -8,17 +8,24 @@
 #include <cstdint>
 #include <string>
 
+#include "moxhost/runtime.h"
+#include "stats.h"
+
 namespace moxhost {
 
+// In the order of Runtime's FaultPoint.
 enum class Fault : uint32_t {
   kAllocation,
   kStringAtom,
+  kBuffer,
+  kContainer,
   kStreamRead,
   kStreamWrite,
   kStreamMark,
   kStreamSeek,
   kCount
 };
+static_assert(static_cast<int>(Fault::kCount) == kFaultPointCount, "one Fault per FaultPoint");
 
 namespace fault_internal {
 // One bit per Fault, and kNamedBit while any name-based fault is set.
@@ -32,8 +39,11 @@ bool IsRefused(const char* interfaceName, const char* methodName);
 bool IsHidden(const char* interfaceName, const char* methodName);
 }  // namespace fault_internal
 
-// True when this call is the one the armed fault was counting to.
+// True when this call is the one the armed fault was counting to, or one
+// after it for a fault that fails from then on. Counts the call.
 inline bool ShouldFail(Fault fault) {
+  Count(static_cast<Counter>(static_cast<int>(Counter::kFaultPointCalls) + static_cast<int>(fault)),
+        1);
   return (fault_internal::gArmed.load(std::memory_order_relaxed) & fault_internal::Bit(fault)) &&
          fault_internal::CountDown(fault);
 }
@@ -50,7 +60,11 @@ inline bool HiddenFromLookup(const char* interfaceName, const char* methodName) 
          fault_internal::IsHidden(interfaceName, methodName);
 }
 
-void ArmCountdown(Fault fault, uint64_t n);
+// Fails the n-th call from now (n = 0 disarms); with `sticky`, every call
+// from the n-th on.
+void ArmCountdown(Fault fault, uint64_t n, bool sticky = false);
+// Calls of the operations of `fault` since start.
+uint64_t FaultCalls(Fault fault);
 void AddRefusedRegistration(const std::string& interfaceName, const std::string& methodName);
 void AddHiddenInterface(const std::string& interfaceName);
 void AddHiddenMethod(const std::string& interfaceName, const std::string& methodName);

@@ -63,6 +63,14 @@ std::vector<std::string> Runtime::RegisteredInterfaces() const {
   return Registry::Get().RegisteredNames();
 }
 
+void Runtime::FailNth(FaultPoint point, uint64_t n, FaultMode mode) {
+  ArmCountdown(static_cast<Fault>(point), n, mode == FaultMode::kFromThenOn);
+}
+
+uint64_t Runtime::FaultPointCalls(FaultPoint point) const {
+  return FaultCalls(static_cast<Fault>(point));
+}
+
 void Runtime::FailNthAllocation(uint64_t n) {
   ArmCountdown(Fault::kAllocation, n);
 }

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "MOXRuntimeProcs.h"
+#include "faults.h"
 #include "reports.h"
 #include "stats.h"
 
@@ -28,6 +29,7 @@ MOXSharedBuff NewBuffer(uint64_t size, void* data, MOXReleaseProc release, uintp
     ReportMisuse("NewBuffer: the reserved words must be 0");
     return nullptr;
   }
+  if (ShouldFail(Fault::kBuffer)) return nullptr;
   auto* buffer = new (std::nothrow) MOXSharedBuffOpaque;
   if (buffer == nullptr) return nullptr;
   buffer->size = size;

@@ -12,6 +12,8 @@
 #include <atomic>
 #include <cstdint>
 
+#include "moxhost/runtime.h"
+
 namespace moxhost {
 
 enum class Counter : int {
@@ -26,7 +28,9 @@ enum class Counter : int {
   kFilters,
   kGetMethodCalls,
   kAllocationCalls,
-  kCount
+  // Calls of each fault point, in the order of Fault (faults.h).
+  kFaultPointCalls,
+  kCount = kFaultPointCalls + kFaultPointCount
 };
 
 namespace stats_internal {

@@ -6,8 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "binding/errors.h"
-
 namespace MOX_T_MT {
 
 namespace {
@@ -38,11 +36,16 @@ uintptr_t LearnStackFloor() {
 
 }  // namespace
 
-void CheckStackReserve() {
+// Not inlined, so that the frame asked about is a frame of the walk's depth.
+[[gnu::noinline]] bool HasStackReserve() noexcept {
   if (tStackFloor == 0) tStackFloor = LearnStackFloor();
   // The frame address, not a local's: a sanitizer may keep locals elsewhere.
   const uintptr_t frame = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-  if (frame < tStackFloor) throw POSException("nesting too deep for the stack");
+  return frame >= tStackFloor;
+}
+
+void CheckStackReserve() {
+  if (!HasStackReserve()) throw StackExhausted();
 }
 
 }  // namespace MOX_T_MT

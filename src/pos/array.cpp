@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "binding/host_tables.h"
+#include "pos/deferred_release.h"
 
 namespace NPOSObjectImpl {
 
@@ -17,10 +18,10 @@ CPOSObject* NewSlots(uint32_t capacity) {
   return slots;
 }
 
-// Releases every slot of a block, over its whole capacity, and frees it.
+// Releases every slot of a block, over its whole capacity, and frees it. The
+// members may be trees of any depth (deferred_release.h).
 void DeleteSlots(CPOSObject* slots, uint32_t capacity) {
-  for (uint32_t i = 0; i < capacity; ++i) slots[i].~CPOSObject();
-  if (slots != nullptr) MOXMemory::Free(slots);
+  ReleaseSlotBlock(slots, capacity);
 }
 
 }  // namespace

@@ -4,9 +4,15 @@
 // tolerance, and is looser than its name in two places on purpose: any two
 // raw pointers are equal, and a Dict only asks whether its own keys are in
 // the other.
+//
+// Arrays and dictionaries clone and compare their members through the
+// members' own tables, one entry per level, so both walks ask the stack guard
+// at each container: a tree deeper than the stack is refused with one report
+// (nested_clone.h) and the neutral result.
 #include <cstring>
 #include <memory>
 
+#include "binding/stack_guard.h"
 #include "pos/array.h"
 #include "pos/dict.h"
 #include "pos/dict_iterator.h"
@@ -75,6 +81,7 @@ bool RawPointer::IsEqual(const CPOSObject& other) {
 // ---- Arrays ------------------------------------------------------------------------
 
 BaseObject* Array::Clone() {
+  MOX_T_MT::CheckStackReserve();
   PendingClone<Array> copy(new Array());
   copy->EnsureCapacity(fCount);
   for (uint32_t i = 0; i < fCount; ++i) {
@@ -89,6 +96,7 @@ BaseObject* Array::Clone() {
 }
 
 bool Array::IsEqual(const CPOSObject& other) {
+  MOX_T_MT::CheckStackReserve();
   const Array* array = TryFromContainer<Array>(other.Container());
   if (array == nullptr || fCount != array->fCount) return false;
   for (uint32_t i = 0; i < fCount; ++i) {
@@ -107,6 +115,7 @@ bool Array::IsEqual(const CPOSObject& other) {
 // ---- Dictionaries ------------------------------------------------------------------
 
 BaseObject* Dict::Clone() {
+  MOX_T_MT::CheckStackReserve();
   PendingClone<Dict> copy(new Dict());
   for (ConstDictIterator it(fTree); !it.IsDone(); it.Next()) {
     DictNode* node = it.Current();
@@ -116,6 +125,7 @@ BaseObject* Dict::Clone() {
 }
 
 bool Dict::IsEqual(const CPOSObject& other) {
+  MOX_T_MT::CheckStackReserve();
   const Dict* dict = TryFromContainer<Dict>(other.Container());
   if (dict == nullptr) return false;
   for (ConstDictIterator it(fTree); !it.IsDone(); it.Next()) {

@@ -35,34 +35,31 @@ CPOSObject Miss(bool quiet, const char* message) {
   return CPOSObject();
 }
 
-// The rest of the walk from `value`, or the value itself at the end.
-CPOSObject Continue(const CPOSObject& value, char* rest, bool quiet) {
-  if (*rest == '\0') return value;
-  return DeepLookup(ResolveBaseObject(value.Container()), rest, quiet);
-}
-
-CPOSObject KeyStep(BaseObject* object, char* address, bool quiet) {
+// Each step gives the value it reached (empty for a quiet miss) and stores
+// where the rest of the address begins in `rest`.
+CPOSObject KeyStep(BaseObject* object, char* address, bool quiet, char** rest) {
   Dict* dict = dynamic_cast<Dict*>(object);
   if (dict == nullptr) return Miss(quiet, "Dict::DeepGet entry on non-dict");
   char* key = address + 1;
-  char* rest = key + std::strcspn(key, ".[");
+  char* end = key + std::strcspn(key, ".[");
   // The key is cut out of the working copy in place, and the character after
   // it put back before the walk goes on.
-  char following = *rest;
-  *rest = '\0';
+  char following = *end;
+  *end = '\0';
   CPOSObject value;
   try {
     value = dict->LookupValue(key, quiet);
   } catch (...) {
-    *rest = following;
+    *end = following;
     throw;
   }
-  *rest = following;
+  *end = following;
   if (value.IsEmpty()) return Miss(quiet, "Dict::DeepGet cannot locate key");
-  return Continue(value, rest, quiet);
+  *rest = end;
+  return value;
 }
 
-CPOSObject SubscriptStep(BaseObject* object, char* address, bool quiet) {
+CPOSObject SubscriptStep(BaseObject* object, char* address, bool quiet, char** rest) {
   Array* array = dynamic_cast<Array*>(object);
   if (array == nullptr) return Miss(quiet, "Dict::DeepGet subscript on non-array");
   char* digits = address + 1;
@@ -75,21 +72,33 @@ CPOSObject SubscriptStep(BaseObject* object, char* address, bool quiet) {
   int64_t index = static_cast<int32_t>(std::strtol(digits, nullptr, 10));
   CPOSObject member = array->GetAt(static_cast<uint64_t>(index));
   if (member.IsEmpty()) return Miss(quiet, "Dict::DeepGet subscript out of range");
-  return Continue(member, digits + length + 1, quiet);
+  *rest = digits + length + 1;
+  return member;
 }
 
 }  // namespace
 
 CPOSObject DeepLookup(BaseObject* object, char* address, bool quiet) {
-  switch (*address) {
-    case '.':
-      return KeyStep(object, address, quiet);
-    case '[':
-      return SubscriptStep(object, address, quiet);
-    default:
-      // Only after a subscript: the text behind "]" is no step.
-      if (!quiet) throw MalformedAddress(address);
-      return CPOSObject();
+  // One step per turn, so that an address of any length walks in the same
+  // stack. The value reached holds the object of the next step alive.
+  CPOSObject value;
+  for (;;) {
+    char* rest = nullptr;
+    switch (*address) {
+      case '.':
+        value = KeyStep(object, address, quiet, &rest);
+        break;
+      case '[':
+        value = SubscriptStep(object, address, quiet, &rest);
+        break;
+      default:
+        // Only after a subscript: the text behind "]" is no step.
+        if (!quiet) throw MalformedAddress(address);
+        return CPOSObject();
+    }
+    if (value.IsEmpty() || *rest == '\0') return value;
+    object = ResolveBaseObject(value.Container());
+    address = rest;
   }
 }
 

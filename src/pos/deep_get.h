@@ -28,8 +28,9 @@ class Dict;
 // both modes.
 CPOSObject DeepGetValue(Dict* dict, const CMOXStringHolder& address, bool quiet);
 
-// One step of the walk from `object` (which may be null) and the rest by
-// recursion. `address` is writable: a subscript's "]" is overwritten. Each
+// The walk from `object` (which may be null), one step after another in a
+// loop, so an address of any length needs no more stack than a short one.
+// `address` is writable: a subscript's "]" is overwritten. Each
 // miss gives an empty object when `quiet`, and otherwise raises its own text:
 // "Dict::DeepGet entry on non-dict", "Dict::Get lookup failed", "Dict::DeepGet
 // subscript on non-array", "Dict::DeepGet malformed array subscript []",

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "pos/deferred_release.h"
+
 namespace NPOSObjectImpl {
 
 Dict::Dict() : fTree(new DictTree()) {}
@@ -26,7 +28,8 @@ Dict& Dict::operator=(const Dict& other) {
 }
 
 Dict::~Dict() {
-  delete fTree;
+  // The values may be trees of any depth (deferred_release.h).
+  ReleaseDictTree(fTree);
 }
 
 CPOSObject Dict::LookupValue(const char* key, bool quiet) const {

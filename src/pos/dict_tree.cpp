@@ -44,8 +44,13 @@ void DictNode::Delete(DictNode* node) noexcept {
 // ---- Tree ------------------------------------------------------------------------
 
 DictTree::~DictTree() {
+  DeleteNodes(fRoot);
+  fRoot = nullptr;
+}
+
+void DictTree::DeleteNodes(DictNode* root) noexcept {
   // Post-order without recursion: a tree thinned by removals may be deep.
-  DictNode* node = fRoot;
+  DictNode* node = root;
   while (node != nullptr) {
     if (node->fLeft != nullptr) {
       node = node->fLeft;
@@ -58,7 +63,6 @@ DictTree::~DictTree() {
       node = parent;
     }
   }
-  fRoot = nullptr;
 }
 
 DictNode* DictTree::Find(const char* key) const {

@@ -62,6 +62,16 @@ class DictTree {
   static DictNode* Next(DictNode* node);
 
   DictNode* Root() const { return fRoot; }
+  // The whole tree, handed to the caller, who deletes it with DeleteNodes;
+  // this tree is left empty.
+  DictNode* TakeRoot() noexcept {
+    DictNode* root = fRoot;
+    fRoot = nullptr;
+    return root;
+  }
+  // Deletes every node under and including `root` (whose parent must be
+  // null), in post-order, without recursion.
+  static void DeleteNodes(DictNode* root) noexcept;
   // The position past the last key: always null.
   DictNode* End() const { return fEnd; }
 

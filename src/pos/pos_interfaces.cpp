@@ -5,11 +5,13 @@
 #include "POSProcs.h"
 #include "binding/errors.h"
 #include "binding/host_tables.h"
+#include "binding/stack_guard.h"
 #include "pos/array.h"
 #include "pos/debug_dump.h"
 #include "pos/deep_get.h"
 #include "pos/dict.h"
 #include "pos/dict_iterator.h"
+#include "pos/nested_clone.h"
 #include "pos/number_string.h"
 #include "pos/text_parser.h"
 #include "pos/unicode_bindata_rawpointer.h"
@@ -46,10 +48,19 @@ const char* KeyText(MOXStringAtom key) {
 namespace POSObjectEntries {
 
 MOXContainer Clone(MOXContainer object) {
+  const CloneEntryScope scope;
   return EntryGuard<MOXContainer>([&]() -> MOXContainer {
     BaseObject* source = ResolveBaseObject(object);
     if (source == nullptr) MOXThrowInvalidContainer();
-    BaseObject* copy = source->Clone();
+    BaseObject* copy;
+    try {
+      copy = source->Clone();
+    } catch (const MOX_T_MT::StackExhausted&) {
+      // Reported once, by the outermost Clone (nested_clone.h).
+      if (!scope.IsNested()) throw;
+      NoteStackRefusal();
+      return nullptr;
+    }
     // An immutable object is its own clone: the same handle, count untouched.
     if (copy == source) return object;
     return NewObjectContainer(copy);

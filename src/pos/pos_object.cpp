@@ -1,6 +1,8 @@
 #include "pos/pos_object.h"
 
 #include "binding/errors.h"
+#include "binding/stack_guard.h"
+#include "pos/nested_clone.h"
 
 namespace MOX_T_MT {
 
@@ -60,9 +62,14 @@ void CPOSObject::Reset() noexcept {
 }
 
 CPOSObject CPOSObject::Clone() const {
+  NPOSObjectImpl::TakeStackRefusal();
   MOXContainer copy =
       fProcs == nullptr ? nullptr : MOXProcAt<POSObjectSlots::Clone>(fProcs)(Container());
-  if (copy == nullptr) throw POSException("CPOSObject::Clone failed");
+  if (copy == nullptr) {
+    // A member too deep for the stack passes the refusal up unreported.
+    if (NPOSObjectImpl::TakeStackRefusal()) throw StackExhausted();
+    throw POSException("CPOSObject::Clone failed");
+  }
   return CPOSObject(copy);
 }
 

@@ -66,6 +66,12 @@ class CPOSObject : public CMOXContainerRef {
   // The container given up for a foreign caller: its count drops by one
   // without deleting, and this object becomes empty.
   MOXContainer GiveAway() noexcept;
+  // The container with this object's reference, handed to the caller with no
+  // call to the runtime: the caller releases it. This object becomes empty.
+  MOXContainer Relinquish() noexcept {
+    fProcs = nullptr;
+    return Detach();
+  }
 
   // The method table of the object's signature; null when empty.
   void** Procs() const { return fProcs; }

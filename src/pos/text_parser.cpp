@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "binding/errors.h"
+#include "binding/stack_guard.h"
 #include "pos/pos_client.h"
 #include "pos/pos_object.h"
 #include "pos/text_tokens.h"
@@ -122,6 +123,9 @@ void AddToEnclosing(const char*& cursor, const CPOSObject& enclosing, const CPOS
 }
 
 CPOSObject ParseObject(const char*& cursor, const CPOSObject* enclosing) {
+  // Each level of nesting is a level of this recursion. Too deep for the
+  // stack is no syntax error: it passes ParseDocument and is reported.
+  MOX_T_MT::CheckStackReserve();
   if (*cursor == '\0') throw CFTParseError(kEmptyText);
   for (;;) {
     const char c = *cursor;

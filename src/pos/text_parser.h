@@ -12,8 +12,9 @@
 // leaves no object behind.
 //
 // Nesting is by recursion, a frame or two of a few hundred bytes for each
-// level, with no limit of its own: a text nested tens of thousands deep needs
-// a stack to match.
+// level. A text nested deeper than the calling thread's stack allows is
+// refused with the report "nesting too deep for the stack"
+// (binding/stack_guard.h).
 #ifndef MOXUTILS_POS_TEXT_PARSER_H_
 #define MOXUTILS_POS_TEXT_PARSER_H_
 
@@ -27,8 +28,9 @@ namespace POSObjectStaticsEntries {
 // object, unowned, or null when the text is not well formed. When `position`
 // is not null it is cleared first; on a syntax error it receives the place in
 // `text` where parsing stopped, and stays null otherwise. Syntax errors are
-// not reported; any other failure (out of memory, a missing interface) is
-// reported through MOXReportError and gives null.
+// not reported; any other failure (out of memory, a missing interface, a text
+// nested too deep for the stack) is reported through MOXReportError and gives
+// null, with `position` left null.
 MOXContainer CreateFromText(const char* text, const char** position);
 }  // namespace POSObjectStaticsEntries
 

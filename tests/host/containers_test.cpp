@@ -167,6 +167,13 @@ TEST_F(ContainersTest, FailedCreationDestroysTheInstance) {
             "");
   EXPECT_EQ(container, nullptr);
   EXPECT_EQ(log_.size(), 1u) << "the runtime owns the instance from the call on";
+  // An injected fault is out of memory, and destroys the instance the same way.
+  Runtime::Get().FailNth(moxhost::FaultPoint::kContainer, 1);
+  EXPECT_NE(TakeMessage(procs_.NewFullContainer(&container, &primary_, name, DestroyInstance,
+                                                nullptr, 0, 0, 0)),
+            "");
+  EXPECT_EQ(container, nullptr);
+  EXPECT_EQ(log_.size(), 2u);
 }
 
 // Many threads take and drop references to shared containers; each must be

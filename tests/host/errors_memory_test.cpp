@@ -111,6 +111,18 @@ TEST(MemoryTest, TheNthAllocationFailsAndLeavesTheBlockAlone) {
   Runtime::Get().FailNthAllocation(0);
   block = memory.Realloc(block, 64);
   EXPECT_NE(block, nullptr) << "n = 0 disarms";
+
+  // From then on: the second call and every later one fail, until cleared.
+  const uint64_t counted = Runtime::Get().FaultPointCalls(moxhost::FaultPoint::kAllocation);
+  Runtime::Get().FailNth(moxhost::FaultPoint::kAllocation, 2, moxhost::FaultMode::kFromThenOn);
+  void* fourth = memory.Alloc(8);
+  EXPECT_NE(fourth, nullptr);
+  EXPECT_EQ(memory.Alloc(8), nullptr);
+  EXPECT_EQ(memory.Realloc(block, 128), nullptr);
+  EXPECT_EQ(memory.Alloc(8), nullptr);
+  Runtime::Get().ClearFaults();
+  EXPECT_EQ(Runtime::Get().FaultPointCalls(moxhost::FaultPoint::kAllocation), counted + 4);
+  memory.Free(fourth);
   memory.Free(block);
   memory.Free(first);
   memory.Free(third);

@@ -1,11 +1,9 @@
 // One streamer handle serving many threads at once, each on its own stream;
 // and threads with little stack meeting deeply nested data.
-#include <pthread.h>
-
-#include <functional>
 #include <thread>
 
 #include "streamer_fixture.h"
+#include "support/stack_thread.h"
 #include "tree_maker.h"
 
 namespace moxtest {
@@ -32,21 +30,6 @@ TEST_F(StreamerTest, ThreadsShareOneStreamerHandle) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(good, std::vector<int>(kThreads, kRounds));
   EXPECT_EQ(Reports(), "");
-}
-
-// Runs `work` on a new thread with a stack of `bytes` and waits for it.
-void RunWithStack(size_t bytes, std::function<void()> work) {
-  pthread_attr_t attributes;
-  pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, bytes);
-  pthread_t thread;
-  auto trampoline = [](void* argument) -> void* {
-    (*static_cast<std::function<void()>*>(argument))();
-    return nullptr;
-  };
-  ASSERT_EQ(pthread_create(&thread, &attributes, trampoline, &work), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
 }
 
 TEST_F(StreamerTest, NestingDeeperThanTheStackIsRefusedNotACrash) {

@@ -49,6 +49,25 @@ struct LiveCounts {
 // Operations of the runtime's own streams that can be made to fail.
 enum class StreamOp { kRead, kWrite, kMark, kSeek };
 
+// Every runtime operation that fault injection can make fail.
+enum class FaultPoint {
+  kAllocation,  // Alloc and Realloc of "MOXMemoryInterface" return null
+  kStringAtom,  // NewStringAtom returns null
+  kBuffer,      // NewBuffer of "MOXSharedBuffInterface" returns null
+  // NewFullContainer fails as out of memory (core error 1) and, as on every
+  // failure, destroys the instance it was handed.
+  kContainer,
+  kStreamRead,   // the runtime's streams return an error from Read,
+  kStreamWrite,  // Write,
+  kStreamMark,   // Mark,
+  kStreamSeek,   // and Seek or Rewind
+};
+constexpr int kFaultPointCount = 8;
+
+// Whether an armed fault fails only the n-th call, or that call and every
+// call after it until the fault is cleared.
+enum class FaultMode { kOnce, kFromThenOn };
+
 class Runtime {
  public:
   // The process-wide runtime, created on first use and never destroyed.
@@ -85,9 +104,14 @@ class Runtime {
   // ---- Fault injection -----------------------------------------------------
   // Each fault counts calls from the moment it is set; n = 1 fails the next
   // call. n = 0 clears the fault.
+  void FailNth(FaultPoint point, uint64_t n, FaultMode mode = FaultMode::kOnce);
   void FailNthAllocation(uint64_t n);               // Alloc or Realloc returns null
   void FailNthStringAtom(uint64_t n);               // NewStringAtom returns null
   void FailNthStreamCall(StreamOp op, uint64_t n);  // runtime streams return an error
+  // Calls of the operations of `point` since start, failed ones included, so
+  // that a scenario can be measured and then replayed with each call failing
+  // in turn.
+  uint64_t FaultPointCalls(FaultPoint point) const;
   // MOXRegisterProcAddress refuses this method of this interface.
   void RefuseRegistration(const std::string& interfaceName, const std::string& methodName);
   // The lookup procedure answers null for the whole interface, or one method.
