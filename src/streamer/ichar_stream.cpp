@@ -30,7 +30,7 @@ void ICharStream::GiveBackReadAhead() {
   stream.Seek(static_cast<int64_t>(static_cast<int32_t>(back)), 0);
 }
 
-bool ICharStream::GetChar(char* out) {
+bool ICharStream::GetCharAfterBlock(char* out) {
   const unsigned char byte = NextRawByte();
   *out = static_cast<char>(byte);
   if (byte != '\\') {

@@ -10,7 +10,7 @@
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
 
-class ICharStream : public CharStream {
+class ICharStream final : public CharStream {
  public:
   explicit ICharStream(const CMOXPositionableStreamRef& source);
   // Seeks the client stream back over the bytes read ahead and not consumed,
@@ -23,9 +23,21 @@ class ICharStream : public CharStream {
   // closes the form and is never normalised. Raises "unexpected EOF" at the
   // end of the stream and "Unexpected escape sequence" for a backslash and a
   // letter that the current form does not know.
-  virtual bool GetChar(char* out);
+  virtual bool GetChar(char* out) {
+    // An ordinary byte of the block: no escape to undo, no refill.
+    if (count != 0 && *cursor != '\\') {
+      --count;
+      unsigned char byte = *cursor++;
+      if (params.normalizeSpace && IsStreamSpace(byte)) byte = ' ';
+      *out = static_cast<char>(byte);
+      return params.closeChar != *out;
+    }
+    return GetCharAfterBlock(out);
+  }
 
  private:
+  // GetChar where the block is empty or a backslash comes next.
+  bool GetCharAfterBlock(char* out);
   unsigned char NextRawByte();
   void Refill();
   void GiveBackReadAhead();

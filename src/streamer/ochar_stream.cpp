@@ -1,13 +1,21 @@
 #include "streamer/ochar_stream.h"
 
+#include <algorithm>
 #include <cctype>
-#include <cstdio>
 
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
 
-OCharStream::OCharStream(const CMOXPositionableStreamRef& source) : CharStream(source) {
+OCharStream::OCharStream(const CMOXPositionableStreamRef& source)
+    : CharStream(source), fOctal{}, fSpecial{}, fSpecialFor(nullptr) {
   cursor = bufferData;
+  // isprint follows the locale: bytes above 0x7F are octal in the "C" locale
+  // and raw where the locale calls them printable. Both read back the same.
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    if (byte == 0x7F || (!std::isprint(static_cast<int>(byte)) && !IsStreamSpace(byte))) {
+      fOctal.Add(static_cast<unsigned char>(byte));
+    }
+  }
 }
 
 OCharStream::~OCharStream() noexcept(false) {
@@ -24,20 +32,26 @@ OCharStream::~OCharStream() noexcept(false) {
   }
 }
 
-void OCharStream::PutChar(char c) {
-  const unsigned char byte = static_cast<unsigned char>(c);
-  // isprint follows the process locale: bytes above 0x7F are octal in the "C"
-  // locale and raw where the locale calls them printable. Both read back the
-  // same.
-  if (byte == 0x7F || (!std::isprint(byte) && !IsStreamSpace(byte))) {
-    char octal[4];
-    std::snprintf(octal, sizeof octal, "%03o", byte);
+void OCharStream::MakeSpecial() {
+  fSpecial = fOctal;
+  // Every raw half counts, even one that an earlier pair already escapes:
+  // PutEscaped applies the table's own order.
+  for (const char* pair = params.escapes; pair[0] != 0; pair += 2) {
+    fSpecial.Add(static_cast<unsigned char>(pair[0]));
+    if (pair[1] == 0) break;
+  }
+  fSpecialFor = params.escapes;
+}
+
+void OCharStream::PutEscaped(unsigned char byte) {
+  if (fOctal.Has(byte)) {
     Store('\\');
-    Store(octal[0]);
-    Store(octal[1]);
-    Store(octal[2]);
+    Store(static_cast<char>('0' + (byte >> 6)));
+    Store(static_cast<char>('0' + ((byte >> 3) & 7)));
+    Store(static_cast<char>('0' + (byte & 7)));
     return;
   }
+  const char c = static_cast<char>(byte);
   for (const char* pair = params.escapes; pair[0] != 0; pair += 2) {
     if (pair[0] != c) continue;
     if (pair[1] != 0) {
@@ -50,9 +64,22 @@ void OCharStream::PutChar(char c) {
   Store(c);
 }
 
-void OCharStream::Store(char c) {
-  if (count == kCharStreamBlockSize) Flush();
-  bufferData[count++] = static_cast<unsigned char>(c);
+void OCharStream::PutText(const char* text, size_t length) {
+  const ByteSet& special = Special();
+  const char* const end = text + length;
+  while (text != end) {
+    if (count == kCharStreamBlockSize) Flush();
+    const size_t room = std::min<size_t>(kCharStreamBlockSize - count, end - text);
+    unsigned char* const block = bufferData + count;
+    size_t plain = 0;
+    while (plain < room && !special.Has(static_cast<unsigned char>(text[plain]))) {
+      block[plain] = static_cast<unsigned char>(text[plain]);
+      ++plain;
+    }
+    count += plain;
+    text += plain;
+    if (plain < room) PutEscaped(static_cast<unsigned char>(*text++));
+  }
 }
 
 void OCharStream::Flush() {

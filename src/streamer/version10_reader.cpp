@@ -10,6 +10,7 @@
 #include "binding/errors.h"
 #include "binding/host_tables.h"
 #include "pos/pos_client.h"
+#include "streamer/number_text.h"
 #include "streamer/version10.h"
 #include "streamer/version10_routines.h"
 
@@ -70,7 +71,7 @@ void ReadNumber(CPOSObject* result, TypeAStreamer&, ICharStream& in) {
     throw POSException("malformed number");
   }
   // Whatever follows the numeric prefix is ignored: "1-2" reads as 1.
-  *result = CPOSNumber::New(std::strtod(text, nullptr));
+  *result = CPOSNumber::New(ParseNumberText(text, length));
 }
 
 void ReadString(CPOSObject* result, TypeAStreamer&, ICharStream& in) {
