@@ -26,6 +26,18 @@ using MOX_T_MT::POSException;
 // Raised when an entry is handed a null pointer where it needs text or data.
 extern const char kNullArgument[];
 
+// The classes of POS objects, each final, so that a downcast is a test of
+// the class alone.
+enum class ObjectClass : uint8_t {
+  kNumber,
+  kString,
+  kUnicodeString,
+  kBinData,
+  kRawPointer,
+  kArray,
+  kDict
+};
+
 class BaseObject : public MOX_T_MT::CMOXClientBase {
  public:
   BaseObject();
@@ -38,6 +50,8 @@ class BaseObject : public MOX_T_MT::CMOXClientBase {
   virtual BaseObject* Clone() = 0;
   // False when `other` is of another class.
   virtual bool IsEqual(const CPOSObject& other) = 0;
+  // What the class of the object is; each class has it as kClass too.
+  virtual ObjectClass Class() const = 0;
 
   // The number of live POS objects, read under its lock.
   static int32_t LiveObjectCount();
@@ -64,19 +78,25 @@ inline BaseObject* ResolveBaseObject(MOXContainer container) {
   return static_cast<BaseObject*>(MOXNGetInstance(container, name));
 }
 
+// `object` as a T, or null when it is null or of another class.
+template <class T>
+T* DowncastTo(BaseObject* object) {
+  return object != nullptr && object->Class() == T::kClass ? static_cast<T*>(object) : nullptr;
+}
+
 // The object of class T behind `container`, or null: a null container, an
 // object of another class, or no POS object at all.
 template <class T>
 T* TryFromContainer(MOXContainer container) {
   if (container == nullptr) return nullptr;
-  return dynamic_cast<T*>(ResolveBaseObject(container));
+  return DowncastTo<T>(ResolveBaseObject(container));
 }
 
 // The object of class T behind `container`; otherwise raises T's
 // "instance was not an POS..." text.
 template <class T>
 T* FromContainer(MOXContainer container) {
-  T* object = dynamic_cast<T*>(ResolveBaseObject(container));
+  T* object = DowncastTo<T>(ResolveBaseObject(container));
   if (object == nullptr) throw POSException(T::kNotThisClass);
   return object;
 }
