@@ -2,13 +2,14 @@
 // both in the locale of the calling thread, since that is what the format
 // has always meant.
 //
-// Where the locale's decimal point is ".", both directions run on <charconv>
-// instead of the C library's formatting and parsing: std::to_chars with a
-// precision gives exactly the digits of "%.32g", and std::from_chars, like
-// strtod, the correctly rounded double of the longest decimal prefix. A text
-// that <charconv> does not take (a leading '+', no digits, a value out of
-// range) and every other locale keep the C library's path, so the bytes and
-// the values are the same either way.
+// Where the locale's decimal point is ".", both directions run without the
+// C library's formatting and parsing. A number that is a 64-bit integer or a
+// fixed-point number with at most 63 fraction bits has its digits made here,
+// exactly; std::to_chars with a precision gives the digits of "%.32g" for the
+// others; and std::from_chars, like strtod, the correctly rounded double of
+// the longest decimal prefix. A text that <charconv> does not take (a leading
+// '+', no digits, a value out of range) and every other locale keep the C
+// library's path, so the bytes and the values are the same either way.
 #ifndef MOXUTILS_STREAMER_NUMBER_TEXT_H_
 #define MOXUTILS_STREAMER_NUMBER_TEXT_H_
 

@@ -2,19 +2,18 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
 
 OCharStream::OCharStream(const CMOXPositionableStreamRef& source)
-    : CharStream(source), fOctal{}, fSpecial{}, fSpecialFor(nullptr) {
+    : CharStream(source), fTableCount(0), fSpecialFor(nullptr), fSpecial(nullptr) {
   cursor = bufferData;
   // isprint follows the locale: bytes above 0x7F are octal in the "C" locale
   // and raw where the locale calls them printable. Both read back the same.
   for (unsigned byte = 0; byte < 256; ++byte) {
-    if (byte == 0x7F || (!std::isprint(static_cast<int>(byte)) && !IsStreamSpace(byte))) {
-      fOctal.Add(static_cast<unsigned char>(byte));
-    }
+    fOctal[byte] = byte == 0x7F || (!std::isprint(static_cast<int>(byte)) && !IsStreamSpace(byte));
   }
 }
 
@@ -32,19 +31,30 @@ OCharStream::~OCharStream() noexcept(false) {
   }
 }
 
-void OCharStream::MakeSpecial() {
-  fSpecial = fOctal;
-  // Every raw half counts, even one that an earlier pair already escapes:
-  // PutEscaped applies the table's own order.
-  for (const char* pair = params.escapes; pair[0] != 0; pair += 2) {
-    fSpecial.Add(static_cast<unsigned char>(pair[0]));
-    if (pair[1] == 0) break;
+void OCharStream::SelectSpecial() {
+  SpecialBytes* table = nullptr;
+  for (int i = 0; i < fTableCount && table == nullptr; ++i) {
+    if (fTables[i].escapes == params.escapes) table = &fTables[i];
+  }
+  if (table == nullptr) {
+    // A stream given more tables than the cache holds starts it over.
+    if (fTableCount == kTableCache) fTableCount = 0;
+    table = &fTables[fTableCount++];
+    table->escapes = params.escapes;
+    std::memcpy(table->special, fOctal, sizeof fOctal);
+    // Every raw half counts, even one that an earlier pair already escapes:
+    // PutEscaped applies the table's own order.
+    for (const char* pair = params.escapes; pair[0] != 0; pair += 2) {
+      table->special[static_cast<unsigned char>(pair[0])] = true;
+      if (pair[1] == 0) break;
+    }
   }
   fSpecialFor = params.escapes;
+  fSpecial = table->special;
 }
 
 void OCharStream::PutEscaped(unsigned char byte) {
-  if (fOctal.Has(byte)) {
+  if (fOctal[byte]) {
     Store('\\');
     Store(static_cast<char>('0' + (byte >> 6)));
     Store(static_cast<char>('0' + ((byte >> 3) & 7)));
@@ -65,17 +75,14 @@ void OCharStream::PutEscaped(unsigned char byte) {
 }
 
 void OCharStream::PutText(const char* text, size_t length) {
-  const ByteSet& special = Special();
+  const bool* const special = Special();
   const char* const end = text + length;
   while (text != end) {
     if (count == kCharStreamBlockSize) Flush();
     const size_t room = std::min<size_t>(kCharStreamBlockSize - count, end - text);
-    unsigned char* const block = bufferData + count;
     size_t plain = 0;
-    while (plain < room && !special.Has(static_cast<unsigned char>(text[plain]))) {
-      block[plain] = static_cast<unsigned char>(text[plain]);
-      ++plain;
-    }
+    while (plain < room && !special[static_cast<unsigned char>(text[plain])]) ++plain;
+    std::memcpy(bufferData + count, text, plain);
     count += plain;
     text += plain;
     if (plain < room) PutEscaped(static_cast<unsigned char>(*text++));

@@ -23,7 +23,7 @@ class OCharStream final : public CharStream {
   // and its letter, anything else as it is.
   virtual void PutChar(char c) {
     const unsigned char byte = static_cast<unsigned char>(c);
-    if (Special().Has(byte)) {
+    if (Special()[byte]) {
       PutEscaped(byte);
     } else {
       Store(c);
@@ -42,28 +42,29 @@ class OCharStream final : public CharStream {
   }
 
  private:
-  // One bit for each byte value.
-  struct ByteSet {
-    uint64_t words[4];
-    bool Has(unsigned char byte) const { return (words[byte >> 6] >> (byte & 63)) & 1; }
-    void Add(unsigned char byte) { words[byte >> 6] |= uint64_t{1} << (byte & 63); }
+  // For each byte value, whether PutChar does more than store it under one
+  // escape table: the octal bytes and the raw half of every pair.
+  struct SpecialBytes {
+    const char* escapes;
+    bool special[256];
   };
+  // A stream meets a handful of tables, one per form; each is made once.
+  static constexpr int kTableCache = 8;
 
-  // The bytes that PutChar does not simply store under the current table:
-  // the octal ones and the raw half of every pair. Made again when the
-  // streamer installs another table.
-  const ByteSet& Special() {
-    if (params.escapes != fSpecialFor) MakeSpecial();
+  const bool* Special() {
+    if (params.escapes != fSpecialFor) SelectSpecial();
     return fSpecial;
   }
-  void MakeSpecial();
+  void SelectSpecial();
   // The rules of PutChar for a byte of Special().
   void PutEscaped(unsigned char byte);
   void Flush();
 
-  ByteSet fOctal;
-  ByteSet fSpecial;
+  bool fOctal[256];
+  SpecialBytes fTables[kTableCache];
+  int fTableCount;
   const char* fSpecialFor;
+  const bool* fSpecial;
 };
 
 }  // namespace NTypeAImpl

@@ -77,8 +77,14 @@ void ReadNumber(CPOSObject* result, TypeAStreamer&, ICharStream& in) {
 void ReadString(CPOSObject* result, TypeAStreamer&, ICharStream& in) {
   GrowingBlock block(kInitialUnits);
   uint64_t length = 0;
-  char c;
-  while (in.GetChar(&c)) {
+  for (;;) {
+    length += in.TakeRun(static_cast<char*>(block.Data()) + length, block.Bytes() - length);
+    if (length == block.Bytes()) {
+      block.Double();
+      continue;
+    }
+    char c;
+    if (!in.GetChar(&c)) break;
     static_cast<char*>(block.Data())[length++] = c;
     if (length == block.Bytes()) block.Double();
   }

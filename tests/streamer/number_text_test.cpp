@@ -118,6 +118,20 @@ TEST(NumberTextTest, FormatsAsPrintfDoes) {
   }
   std::uniform_real_distribution<double> coordinates(-180, 180);
   for (int i = 0; i < 20000; ++i) values.push_back(coordinates(random));
+  // Integers up to 2^64 and fixed-point values about the limit of 60
+  // fraction bits, whose digits are made without <charconv>; powers of ten
+  // and their neighbours, where the form changes.
+  std::uniform_int_distribution<int> fractionBits(0, 66);
+  for (int i = 0; i < 200000; ++i) {
+    values.push_back(std::ldexp(static_cast<double>(random() >> 11), -fractionBits(random)));
+    values.push_back(static_cast<double>(random() >> (i % 40)));
+  }
+  for (int power = -8; power <= 33; ++power) {
+    const double exact = std::pow(10.0, power);
+    for (double near : {exact, std::nextafter(exact, 0.0), std::nextafter(exact, INFINITY)}) {
+      values.push_back(near);
+    }
+  }
   for (double value : {INFINITY, -INFINITY, NAN, -NAN}) values.push_back(value);
 
   for (double value : values) {
