@@ -29,14 +29,18 @@ struct FreeBlock {
 struct FreeLists {
   FreeBlock* heads[kClasses];
   int counts[kClasses];
+  // Set once the thread has arranged for its lists to be emptied at its end.
+  bool emptiedAtEnd;
   // Set when the thread's lists were emptied at its end: blocks let go after
   // that (by the destructors of other thread-local or static objects) go
   // back to the heap.
   bool closed;
 };
 
-// Constant-initialised, so that each access is a plain thread-local load.
-thread_local FreeLists tLists = {};
+// Constant-initialised, and in the executable's own thread-local block (the
+// runtime is linked into programs, never loaded), so that each access is a
+// plain load off the thread pointer.
+__attribute__((tls_model("initial-exec"))) thread_local FreeLists tLists = {};
 
 // Empties the lists when the thread ends.
 struct ThreadEnd {
@@ -80,10 +84,10 @@ void GiveBlock(void* block, size_t bytes) {
     std::free(block);
     return;
   }
-  if (tLists.heads[c] == nullptr) {
-    // A thread's lists are emptied when it ends.
+  if (!tLists.emptiedAtEnd) {
     static thread_local ThreadEnd threadEnd;
     (void)threadEnd;
+    tLists.emptiedAtEnd = true;
   }
   FreeBlock* freed = static_cast<FreeBlock*>(block);
   freed->next = tLists.heads[c];
