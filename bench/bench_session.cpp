@@ -15,7 +15,8 @@ moxhost::LoadedLibrary* gLibrary = nullptr;
 
 Procs Load() {
   std::string error;
-  gLibrary = moxhost::LoadedLibrary::Open(moxhost::LoadedLibrary::DefaultPath(), &error);
+  gLibrary =
+      moxhost::LoadedLibrary::Open(moxhost::LoadedLibrary::Locate({MOX_BUILT_LIBRARY_DIR}), &error);
   if (gLibrary == nullptr || !gLibrary->Start()) {
     std::fprintf(stderr, "pos_bench: can't start libMOXUtils: %s\n", error.c_str());
     std::exit(2);

@@ -16,9 +16,16 @@ std::string FormatVersion(uint32_t version) {
          "." + std::to_string(version & 0xFF) + " (" + std::to_string(version) + ")";
 }
 
+// MOXUTILS_LIBRARY when set; else the copy beside posctl: where an install
+// puts it, then where the build tree has it. Both are relative to posctl's
+// own directory, so a moved or packaged tree keeps working.
+std::string LibraryPath() {
+  return moxhost::LoadedLibrary::Locate({POSCTL_INSTALLED_LIBRARY_DIR, POSCTL_BUILT_LIBRARY_DIR});
+}
+
 std::unique_ptr<moxhost::LoadedLibrary> OpenLibrary() {
   std::string error;
-  const std::string path = moxhost::LoadedLibrary::DefaultPath();
+  const std::string path = LibraryPath();
   std::unique_ptr<moxhost::LoadedLibrary> library(moxhost::LoadedLibrary::Open(path, &error));
   if (!library) {
     throw ToolError(kExitLibrary, "posctl: error: cannot load libMOXUtils: " + error +
@@ -88,7 +95,7 @@ std::string LibrarySession::TakeErrorText(MOXErrorRef error) const {
 
 std::string DescribeLibraryVersion() {
   std::string error;
-  const std::string path = moxhost::LoadedLibrary::DefaultPath();
+  const std::string path = LibraryPath();
   std::unique_ptr<moxhost::LoadedLibrary> library(moxhost::LoadedLibrary::Open(path, &error));
   if (!library) return "not loaded: " + error;
   return FormatVersion(library->Version());

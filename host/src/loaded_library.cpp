@@ -1,16 +1,43 @@
 // libMOXUtils loaded at run time, as a host loads any component.
 #include <dlfcn.h>
+#include <limits.h>
+#include <unistd.h>
 
 #include <cstdlib>
 
 #include "moxhost/runtime.h"
 
 namespace moxhost {
+namespace {
 
-std::string LoadedLibrary::DefaultPath() {
-  const char* overridden = std::getenv("MOXUTILS_LIBRARY");
-  if (overridden != nullptr && overridden[0] != '\0') return overridden;
-  return MOXHOST_DEFAULT_LIBRARY;
+// The directory of the running program, with symbolic links resolved; empty
+// when the kernel doesn't say.
+std::string ExecutableDirectory() {
+  char path[PATH_MAX];
+  const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+  if (length <= 0 || static_cast<size_t>(length) >= sizeof path) return "";
+  const std::string program(path, static_cast<size_t>(length));
+  return program.substr(0, program.rfind('/'));
+}
+
+}  // namespace
+
+std::string LoadedLibrary::FileName() {
+  return MOXHOST_LIBRARY_FILE_NAME;
+}
+
+std::string LoadedLibrary::Locate(const std::vector<std::string>& directories) {
+  const char* chosen = std::getenv("MOXUTILS_LIBRARY");
+  if (chosen != nullptr && chosen[0] != '\0') return chosen;
+  const std::string here = ExecutableDirectory();
+  for (const std::string& directory : directories) {
+    if (directory.empty()) continue;
+    if (directory[0] != '/' && here.empty()) continue;
+    const std::string path =
+        (directory[0] == '/' ? directory : here + "/" + directory) + "/" + FileName();
+    if (access(path.c_str(), R_OK) == 0) return path;
+  }
+  return FileName();
 }
 
 LoadedLibrary* LoadedLibrary::Open(const std::string& path, std::string* error) {

@@ -1,12 +1,14 @@
 #include "binding/lazy_terminate.h"
 
 #include "binding/host_wrappers.h"
+#include "binding/spin_lock.h"
 
 namespace MOX_T_MT {
 
 namespace {
 // Zeroed static storage: valid before any constructor runs.
 LazyTerminateList gTerminationList;
+uint32_t gTerminationListLock = 0;  // guards linking and unlinking
 StaticCacheList gStaticCacheList;
 bool gStaticCacheHookSet = false;
 
@@ -29,6 +31,16 @@ void CallClientPurge() {
   gMOXCacheTable.Proc<kSlot>()(&PurgeStaticCaches, 1);
 }
 }  // namespace
+
+LazyTerminate::LazyTerminate() : double_linked_list_element(Unlinked()) {
+  MOXSpinLockHolder locked(&gTerminationListLock);
+  LinkInto(&gTerminationList);
+}
+
+LazyTerminate::~LazyTerminate() {
+  MOXSpinLockHolder locked(&gTerminationListLock);
+  Unlink();
+}
 
 LazyTerminateList* MOXTerminationList() {
   return &gTerminationList;

@@ -5,8 +5,10 @@
 // (Terminate, still bound: free what is held) and at process exit (Abandon:
 // forget what is held without calling the host).
 //
-// Construction and destruction of members must not run concurrently with one
-// another or with a start or stop: the list has no lock.
+// Members may be made and destroyed on any thread at any time (each
+// temporary-file stream has one): linking and unlinking take the list's own
+// short lock. The walks take none, so no member may come or go while a start,
+// a stop or the exit walks the list.
 #ifndef MOXUTILS_BINDING_LAZY_TERMINATE_H_
 #define MOXUTILS_BINDING_LAZY_TERMINATE_H_
 
@@ -23,8 +25,9 @@ LazyTerminateList* MOXTerminationList();
 
 class LazyTerminate : public double_linked_list_element<LazyTerminate, MOXDLLEParent> {
  public:
-  LazyTerminate() : double_linked_list_element(MOXTerminationList()) {}
-  ~LazyTerminate() override = default;
+  // Link into, and unlink from, the termination list under its lock.
+  LazyTerminate();
+  ~LazyTerminate() override;
 
   // At start, with the host tables loaded. False fails the start.
   virtual bool Initialize() { return true; }
@@ -41,20 +44,29 @@ void MOXTerminateTerminationList();
 void MOXAbandonTerminationList();
 
 // An object made on first use by its owner and destroyed at stop or forgotten
-// at exit. The first use is not guarded: the owner makes the object while no
-// other thread can reach it. The object comes from the global allocator.
+// at exit. The object comes from the global allocator.
 template <class T>
 class TMOXLazyObjectPointer : public LazyTerminate {
  public:
   TMOXLazyObjectPointer() : fObject(nullptr) {}
   ~TMOXLazyObjectPointer() override { delete fObject; }
 
-  // The object, made now if there is none yet.
+  // The object, made now if there is none yet. Threads that ask at once for
+  // the first time each make one, and all but the first to store it delete
+  // their own again, so that every caller gets the same object.
   T* Get() {
-    if (fObject == nullptr) fObject = new T();
-    return fObject;
+    T* object = Peek();
+    if (object != nullptr) return object;
+    T* made = new T();
+    if (__atomic_compare_exchange_n(&fObject, &object, made, false, __ATOMIC_ACQ_REL,
+                                    __ATOMIC_ACQUIRE)) {
+      return made;
+    }
+    delete made;
+    return object;
   }
-  T* Peek() const { return fObject; }
+  // The object, or null when none was made yet.
+  T* Peek() const { return __atomic_load_n(&fObject, __ATOMIC_ACQUIRE); }
 
   void Terminate() override {
     delete fObject;

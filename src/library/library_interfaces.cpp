@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "binding/server_tables.h"
+#include "fileutils/fileutils_interfaces.h"
 #include "pos/pos_interfaces.h"
 #include "streamer/streamer_interface.h"
 #include "validator/validator_interface.h"
@@ -15,6 +16,7 @@ const MOXLayerInterfaces* const kLayers[] = {
     &gPOSLayerInterfaces,                              // the ten of the object model
     &NPOSStreamerImpl::kPOSStreamerLayerInterfaces,    // "POSStreamerInterface"
     &NPOSValidatorImpl::kPOSValidatorLayerInterfaces,  // the validator's two
+    &kMOXFileUtilsLayerInterfaces,  // "MOXUtilsDirInterface", "MOXUtilsTempFileStreamFactory"
 };
 constexpr size_t kLayerCount = sizeof(kLayers) / sizeof(kLayers[0]);
 

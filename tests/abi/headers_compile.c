@@ -8,6 +8,7 @@
 #include "MOXRuntimeProcs.h"
 #include "MOXTypes.h"
 #include "MOXUtils.h"
+#include "MOXUtilsFileProcs.h"
 #include "POSProcs.h"
 #include "POSStreamerProcs.h"
 #include "POSValidatorProcs.h"
@@ -69,6 +70,14 @@ static const struct {
     {POS_STRUCT_VALIDATOR_INTERFACE_NAME, POS_STRUCT_VALIDATOR_INTERFACE_METHODS(MOX_TEST_PAIR),
      " NewPOSStructValidator POSStructValidatorNewStructValidatorProc RegisterCallbackProc "
      "POSStructValidatorRegisterCallbackProc ValidateSchema POSStructValidatorValidateSchemaProc"},
+    {MOX_UTILS_DIR_INTERFACE_NAME, MOX_UTILS_DIR_INTERFACE_METHODS(MOX_TEST_PAIR),
+     " GetTempDir MOXUtilsDirGetTempDir GetCurrent MOXUtilsDirGetCurrent NewMOXUtilsDir "
+     "MOXUtilsDirNewMOXUtilsDir FileExists MOXUtilsDirFileExists Delete MOXUtilsDirDelete Rename "
+     "MOXUtilsDirRename GetFilePathSpec MOXUtilsDirGetFilePathSpec CreateUniqueFilename "
+     "MOXUtilsDirCreateUniqueFilename"},
+    {MOX_UTILS_TEMP_FILE_STREAM_FACTORY_NAME,
+     MOX_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS(MOX_TEST_PAIR),
+     " NewTempFileStream _MOXUtilsNewTempFileStreamProc_NewTempFileStream"},
     {MOX_CONTAINER_INTERFACE_NAME, MOX_CONTAINER_INTERFACE_METHODS(MOX_TEST_PAIR),
      " NewFullContainer MOXNewFullContainerV5Proc NewContainer MOXNewContainerV2Proc "
      "CloneContainer MOXCloneContainerProc AddRef MOXAddRefContainerV2Proc Release "
@@ -95,9 +104,11 @@ int main(void) {
   MOXUtilsInitializeProc initialize = MOXUtilsInitialize;
   POSNumberNewPOSNumberProc newNumber = NULL;
   POSStreamerSerializeProc serialize = NULL;
+  _MOXUtilsNewTempFileStreamProc_NewTempFileStream newTempFileStream = NULL;
   MOXNewFullContainerV5Proc newContainer = NULL;
   (void)newNumber;
   (void)serialize;
+  (void)newTempFileStream;
   (void)newContainer;
   int failures = 0;
   for (size_t i = 0; i < sizeof kLists / sizeof kLists[0]; ++i) {

@@ -41,7 +41,8 @@ class ForeignComponent : public ::testing::Test {
     Runtime::Get().ClearReports();
     loaded_ = Runtime::Get().Counts();
     std::string error;
-    library_.reset(moxhost::LoadedLibrary::Open(moxhost::LoadedLibrary::DefaultPath(), &error));
+    library_.reset(moxhost::LoadedLibrary::Open(
+        moxhost::LoadedLibrary::Locate({MOX_BUILT_LIBRARY_DIR}), &error));
     ASSERT_NE(library_, nullptr) << error;
     ASSERT_TRUE(library_->Start());
     ASSERT_TRUE(p.Load(Runtime::LookupProc()));
@@ -190,7 +191,8 @@ MOXRegisterProcAddressProc gRegister = nullptr;
 MOXUnregisterInterfaceProc gUnregister = nullptr;
 uint32_t RecordRegister(const char* interfaceName, const char* method, const char* procType,
                         void* procedure) {
-  if (std::string(interfaceName).rfind("POS", 0) == 0) {
+  const std::string name = interfaceName;
+  if (name.rfind("POS", 0) == 0 || name.rfind("MOXUtils", 0) == 0) {
     gCalls.push_back(std::string(interfaceName) + "." + method + ":" + procType);
   }
   return gRegister(interfaceName, method, procType, procedure);
@@ -214,8 +216,9 @@ void* RecordingLookup(const char* interfaceName, const char* method, const char*
 }
 
 // The object model first, the streamer and the validator that build on it
-// after; at stop the validator first, then the streamer, then the object
-// model in the order of its registration.
+// after, then the file utilities; at stop the file utilities first, then the
+// validator, then the streamer, then the object model in the order of its
+// registration.
 TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackClientsFirst) {
   library_->Stop();
   gCalls.clear();
@@ -226,24 +229,35 @@ TEST_F(ForeignComponent, RegistersTheInterfacesInOrderAndTakesThemBackClientsFir
     if (tables.empty() || tables.back().first != name) tables.emplace_back(name, 0);
     ++tables.back().second;
   }
-  const std::vector<std::pair<std::string, int>> expected = {
-      {"POSObjectInterface", 2},         {"POSObjectStatics", 4},
-      {"POSNumberInterface", 3},         {"POSStringInterface", 3},
-      {"POSUnicodeStringInterface", 3},  {"POSBinDataInterface", 5},
-      {"POSRawPointerInterface", 4},     {"POSArrayInterface", 7},
-      {"POSDictInterface", 6},           {"POSDictIteratorInterface", 5},
-      {"POSStreamerInterface", 3},       {"POSValidatorInterface", 1},
-      {"POSStructValidatorInterface", 3}};
+  const std::vector<std::pair<std::string, int>> expected = {{"POSObjectInterface", 2},
+                                                             {"POSObjectStatics", 4},
+                                                             {"POSNumberInterface", 3},
+                                                             {"POSStringInterface", 3},
+                                                             {"POSUnicodeStringInterface", 3},
+                                                             {"POSBinDataInterface", 5},
+                                                             {"POSRawPointerInterface", 4},
+                                                             {"POSArrayInterface", 7},
+                                                             {"POSDictInterface", 6},
+                                                             {"POSDictIteratorInterface", 5},
+                                                             {"POSStreamerInterface", 3},
+                                                             {"POSValidatorInterface", 1},
+                                                             {"POSStructValidatorInterface", 3},
+                                                             {"MOXUtilsDirInterface", 8},
+                                                             {"MOXUtilsTempFileStreamFactory", 1}};
   EXPECT_EQ(tables, expected);
+  EXPECT_EQ(gCalls.back(),
+            "MOXUtilsTempFileStreamFactory.NewTempFileStream:"
+            "_MOXUtilsNewTempFileStreamProc_NewTempFileStream");
   EXPECT_EQ(gCalls[1], "POSObjectInterface.IsEqual:POSObjectIsEqualProc");
   EXPECT_EQ(gCalls[5], "POSObjectStatics.CreateFromText:POSObjectCreateFromTextProc");
 
   gCalls.clear();
   library_->Stop();
   ASSERT_GE(gCalls.size(), expected.size());
-  Strings stopped = {"-POSStructValidatorInterface", "-POSValidatorInterface",
+  Strings stopped = {"-MOXUtilsDirInterface", "-MOXUtilsTempFileStreamFactory",
+                     "-POSStructValidatorInterface", "-POSValidatorInterface",
                      "-POSStreamerInterface"};
-  for (size_t i = 0; i + 3 < expected.size(); ++i) stopped.push_back("-" + expected[i].first);
+  for (size_t i = 0; i + 5 < expected.size(); ++i) stopped.push_back("-" + expected[i].first);
   EXPECT_EQ(Strings(gCalls.end() - expected.size(), gCalls.end()), stopped);
   EXPECT_EQ(Runtime::LookupProc()("POSDictInterface", "Get", "POSDictGetProc"), nullptr);
   // Started again, the library fetches its tables anew.

@@ -20,7 +20,7 @@ TEST(LoadedLibrary, BindsTheVersionedExportsAndLoadsAgainAfterAnUnload) {
   std::string error;
   for (int round = 0; round < 2; ++round) {
     std::unique_ptr<LoadedLibrary> library(
-        LoadedLibrary::Open(LoadedLibrary::DefaultPath(), &error));
+        LoadedLibrary::Open(LoadedLibrary::Locate({MOX_BUILT_LIBRARY_DIR}), &error));
     ASSERT_NE(library, nullptr) << error;
     EXPECT_EQ(library->Version(), 65793u);
     ASSERT_TRUE(library->Start());
@@ -86,7 +86,8 @@ void* CountingLookup(const char* interfaceName, const char* method, const char* 
 // runtime, which may be on its way out too.
 void UnloadWithLiveObjects(int reportFd) {
   std::string error;
-  LoadedLibrary* library = LoadedLibrary::Open(LoadedLibrary::DefaultPath(), &error);
+  LoadedLibrary* library =
+      LoadedLibrary::Open(LoadedLibrary::Locate({MOX_BUILT_LIBRARY_DIR}), &error);
   if (library == nullptr || library->StartWith(&CountingLookup) != 1) _exit(2);
   POSProcs p;
   if (!p.Load(Runtime::LookupProc())) _exit(4);

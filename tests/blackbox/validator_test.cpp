@@ -64,7 +64,8 @@ class ForeignValidation : public ::testing::Test {
     Runtime::Get().ClearReports();
     loaded_ = Runtime::Get().Counts();
     std::string error;
-    library_.reset(moxhost::LoadedLibrary::Open(moxhost::LoadedLibrary::DefaultPath(), &error));
+    library_.reset(moxhost::LoadedLibrary::Open(
+        moxhost::LoadedLibrary::Locate({MOX_BUILT_LIBRARY_DIR}), &error));
     ASSERT_NE(library_, nullptr) << error;
   }
   void TearDown() override {

@@ -69,7 +69,7 @@ int ExitStatus(int status) {
   // The test's own signal dispositions are not posctl's business.
   for (int caught : {SIGPIPE, SIGINT, SIGTERM, SIGHUP}) signal(caught, SIG_DFL);
   std::vector<char*> argv;
-  std::string program = POSCTL_PATH;
+  std::string program = options.program;
   argv.push_back(program.data());
   std::vector<std::string> copies = args;
   for (std::string& arg : copies) argv.push_back(arg.data());

@@ -30,6 +30,8 @@ struct RunOptions {
   uid_t user = 0;
   // RunningPosctl only: standard output goes here instead of /dev/null.
   int stdoutFd = -1;
+  // Another copy of posctl to run instead of the built one.
+  std::string program = POSCTL_PATH;
 };
 
 Result RunPosctl(const std::vector<std::string>& args, const RunOptions& options = {});

@@ -2,6 +2,9 @@
 // library that can't be found.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <regex>
+
 #include "posctl_runner.h"
 
 namespace posctl_test {
@@ -66,6 +69,53 @@ TEST(Usage, AMissingFileIsBadInputAndAMissingLibraryExitsThree) {
   Result version = RunPosctl({"--version"}, options);
   EXPECT_EQ(version.status, 0);
   EXPECT_NE(version.out.find("libMOXUtils not loaded"), std::string::npos) << version.out;
+}
+
+// The libMOXUtils a run of posctl loaded, from the dynamic loader's trace.
+std::string LoadedLibrary(const std::string& trace) {
+  std::smatch match;
+  std::regex_search(trace, match, std::regex("file=([^ ]*libMOXUtils[^ ]*) \\[0\\];  dynamically"));
+  return match.empty() ? "" : match[1].str();
+}
+
+// A copy of posctl moved away from the build tree, as an install puts it:
+// it loads the library of its own prefix, unless MOXUTILS_LIBRARY names
+// another, and never the build tree's.
+TEST(Usage, AMovedCopyLoadsTheLibraryOfItsPrefixUnlessTheEnvironmentNamesOne) {
+  namespace fs = std::filesystem;
+  const std::string bin = MakeDir("bin");
+  const std::string libraryDir = bin + "/" + POSCTL_INSTALLED_LIBRARY_DIR;
+  fs::create_directories(libraryDir);
+  fs::copy_file(POSCTL_PATH, bin + "/posctl");
+  fs::permissions(bin + "/posctl", fs::perms::owner_all);
+  const std::string beside = libraryDir + "/libMOXUtils.so.1";
+  fs::create_symlink(POSCTL_LIBRARY, beside);
+  const std::string named = MakeDir("elsewhere") + "/libMOXUtils.so.1";
+  fs::create_symlink(POSCTL_LIBRARY, named);
+
+  RunOptions options;
+  options.program = bin + "/posctl";
+  options.env = {{"LD_DEBUG", "files"}};
+  Result version = RunPosctl({"--version"}, options);
+  EXPECT_EQ(version.out, "posctl 1.1.1\nlibMOXUtils 1.1.1 (65793)\n");
+  EXPECT_EQ(LoadedLibrary(version.err), beside);
+  Result check = RunPosctl({"check", "examples/settings.pos"}, options);
+  EXPECT_EQ(check.status, 0);
+  EXPECT_EQ(LoadedLibrary(check.err), beside);
+
+  options.env.push_back({"MOXUTILS_LIBRARY", named});
+  EXPECT_EQ(LoadedLibrary(RunPosctl({"--version"}, options).err), named);
+
+  // Nothing beside it: whatever the loader may find system-wide, the build
+  // tree's copy is out of reach.
+  fs::remove(beside);
+  options.env = {{"LD_DEBUG", "files"}};
+  Result alone = RunPosctl({"--version"}, options);
+  const std::string builtDir = fs::path(POSCTL_LIBRARY).parent_path();
+  EXPECT_EQ(LoadedLibrary(alone.err).find(builtDir), std::string::npos) << alone.err;
+  if (LoadedLibrary(alone.err).empty()) {
+    EXPECT_NE(alone.out.find("libMOXUtils not loaded"), std::string::npos) << alone.out;
+  }
 }
 
 }  // namespace

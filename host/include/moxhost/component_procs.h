@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "MOXRuntimeProcs.h"
+#include "MOXUtilsFileProcs.h"
 #include "POSProcs.h"
 #include "POSStreamerProcs.h"
 #include "POSValidatorProcs.h"
@@ -41,6 +42,9 @@
   X(posValidator, POS_VALIDATOR_INTERFACE_NAME, POS_VALIDATOR_INTERFACE_METHODS)               \
   X(posStructValidator, POS_STRUCT_VALIDATOR_INTERFACE_NAME,                                   \
     POS_STRUCT_VALIDATOR_INTERFACE_METHODS)                                                    \
+  X(utilsDir, MOX_UTILS_DIR_INTERFACE_NAME, MOX_UTILS_DIR_INTERFACE_METHODS)                   \
+  X(tempFileStreamFactory, MOX_UTILS_TEMP_FILE_STREAM_FACTORY_NAME,                            \
+    MOX_UTILS_TEMP_FILE_STREAM_FACTORY_METHODS)                                                \
   X(container, MOX_CONTAINER_INTERFACE_NAME, MOX_CONTAINER_INTERFACE_METHODS)                  \
   X(string, MOX_STRING_INTERFACE_NAME, MOX_STRING_INTERFACE_METHODS)                           \
   X(error, MOX_ERROR_INTERFACE_NAME, MOX_ERROR_INTERFACE_METHODS)                              \

@@ -85,8 +85,8 @@ class Runtime {
   // ---- Fault injection -----------------------------------------------------
   // Each fault counts calls from the moment it is set; n = 1 fails the next
   // call. n = 0 clears the fault.
-  void FailNthAllocation(uint64_t n);  // Alloc or Realloc returns null
-  void FailNthStringAtom(uint64_t n);  // NewStringAtom returns null
+  void FailNthAllocation(uint64_t n);               // Alloc or Realloc returns null
+  void FailNthStringAtom(uint64_t n);               // NewStringAtom returns null
   void FailNthStreamCall(StreamOp op, uint64_t n);  // runtime streams return an error
   // MOXRegisterProcAddress refuses this method of this interface.
   void RefuseRegistration(const std::string& interfaceName, const std::string& methodName);
@@ -107,9 +107,20 @@ class Runtime {
 // "VERSION". Destroying it stops the library if it is started and unloads it.
 class LoadedLibrary {
  public:
-  // The path of the library this build made (for tests and tools); the
-  // environment variable MOXUTILS_LIBRARY overrides it.
-  static std::string DefaultPath();
+  // The name libMOXUtils is installed under, its SONAME: "libMOXUtils.so.1".
+  static std::string FileName();
+
+  // Where to load libMOXUtils from. The file that the environment variable
+  // MOXUTILS_LIBRARY names, when it is set and not empty: an explicit choice
+  // wins. Otherwise FileName() in the first of `directories` that holds it,
+  // each relative to the directory of the running executable unless absolute,
+  // so that a program finds the copy installed beside it wherever the tree was
+  // moved. Otherwise FileName() alone, which dlopen looks for in the dynamic
+  // loader's search path.
+  //
+  //   // bin/host finds lib/libMOXUtils.so.1, in its prefix or a moved copy.
+  //   LoadedLibrary::Open(LoadedLibrary::Locate({"../lib"}), &error);
+  static std::string Locate(const std::vector<std::string>& directories);
 
   // Null with a message in `error` when the file can't be loaded or lacks one
   // of the three versioned exports.
