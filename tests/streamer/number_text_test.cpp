@@ -16,6 +16,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -50,46 +51,29 @@ void ExpectParsedLikeStrtod(const std::string& text) {
       << "\"" << text << "\": " << parsed << " instead of " << expected;
 }
 
+// Where the form or the rounding changes: zeros, powers of two over the
+// whole range, the ends of the range, the subnormals, and the limits of 2^53
+// and of 32 digits.
 std::vector<double> EdgeValues() {
-  std::vector<double> values = {0.0,
-                                -0.0,
-                                1.0,
-                                -1.0,
-                                0.1,
-                                1.0 / 3,
-                                2.5,
-                                std::acos(-1.0),
-                                1e-5,
-                                1e-4,
-                                9.9999999999999991e-5,
-                                1e15,
-                                1e16,
-                                1e17,
-                                1e21,
-                                1e22,
-                                1e31,
-                                9.9999999999999996e31,
-                                1e32,
-                                1e33,
-                                1e300,
-                                9007199254740992.0,
-                                9007199254740993.0,
-                                123456789012345678901234567890.0,
-                                DBL_MAX,
-                                -DBL_MAX,
-                                DBL_MIN,
-                                DBL_EPSILON,
-                                std::nextafter(DBL_MIN, 0.0),
-                                std::numeric_limits<double>::denorm_min()};
+  std::istringstream table(
+      "0 -0 1 0.1 0.33333333333333331 2.5 3.1415926535897931 1e-5 1e-4 9.9999999999999991e-5 "
+      "1e15 1e16 1e17 1e21 1e22 1e31 9.9999999999999996e31 1e32 1e33 1e300 9007199254740992 "
+      "9007199254740993 123456789012345678901234567890 0x1.fffffffffffffp1023 0x1p-1022 0x1p-52 "
+      "0x0.fffffffffffffp-1022 0x0.0000000000001p-1022");
+  std::vector<double> values;
+  for (std::string text; table >> text;) values.push_back(std::strtod(text.c_str(), nullptr));
   for (int exponent = -1074; exponent <= 1023; exponent += 7)
     values.push_back(std::ldexp(1, exponent));
-  return values;
-}
-
-// Values whose exact decimal expansion has 33 significant digits ending in 5:
-// "%.32g" must round them half to even, and so must the replacement.
-std::vector<double> TiesOfTheLastDigit() {
-  std::vector<double> ties;
+  // Powers of ten and their neighbours, where "%.32g" changes its form.
+  for (int power = -8; power <= 33; ++power) {
+    const double exact = std::pow(10.0, power);
+    for (double near : {exact, std::nextafter(exact, 0.0), std::nextafter(exact, INFINITY)}) {
+      values.push_back(near);
+    }
+  }
+  // Values whose exact decimal expansion has 33 significant digits ending in
+  // 5: "%.32g" rounds them half to even, and so must the replacement.
+  size_t ties = 0;
   for (int power = 36; power <= 44; ++power) {
     for (int64_t odd = (int64_t{1} << 20) + 1; odd < (int64_t{1} << 20) + 4000; odd += 2) {
       const double value = std::ldexp(static_cast<double>(odd), -power);
@@ -98,42 +82,38 @@ std::vector<double> TiesOfTheLastDigit() {
       std::string digits(exact, std::strchr(exact, 'e'));
       digits.erase(1, 1);  // the decimal point
       digits.erase(digits.find_last_not_of('0') + 1);
-      if (digits.size() == 33 && digits.back() == '5') ties.push_back(value);
+      if (digits.size() == 33 && digits.back() == '5') values.push_back(value), ++ties;
     }
   }
-  return ties;
+  EXPECT_GT(ties, 10u) << "the search should find ties to round";
+  return values;
 }
 
-TEST(NumberTextTest, FormatsAsPrintfDoes) {
-  std::vector<double> values = EdgeValues();
-  const std::vector<double> ties = TiesOfTheLastDigit();
-  ASSERT_GT(ties.size(), 10u) << "the search should find ties to round";
-  values.insert(values.end(), ties.begin(), ties.end());
-  std::mt19937_64 random(2024);
-  for (int i = 0; i < 200000; ++i) {
+// Random doubles of every kind: any bits, coordinates, integers up to 2^64
+// and fixed-point values about the limit of 60 fraction bits, whose digits
+// are made without <charconv>.
+std::vector<double> RandomValues(uint64_t seed, int count) {
+  std::mt19937_64 random(seed);
+  std::uniform_real_distribution<double> coordinates(-180, 180);
+  std::uniform_int_distribution<int> fractionBits(0, 66);
+  std::vector<double> values;
+  for (int i = 0; i < count; ++i) {
     uint64_t bits = random();
     double value;
     std::memcpy(&value, &bits, sizeof value);
     if (std::isfinite(value)) values.push_back(value);
-  }
-  std::uniform_real_distribution<double> coordinates(-180, 180);
-  for (int i = 0; i < 20000; ++i) values.push_back(coordinates(random));
-  // Integers up to 2^64 and fixed-point values about the limit of 60
-  // fraction bits, whose digits are made without <charconv>; powers of ten
-  // and their neighbours, where the form changes.
-  std::uniform_int_distribution<int> fractionBits(0, 66);
-  for (int i = 0; i < 200000; ++i) {
+    values.push_back(coordinates(random));
     values.push_back(std::ldexp(static_cast<double>(random() >> 11), -fractionBits(random)));
     values.push_back(static_cast<double>(random() >> (i % 40)));
   }
-  for (int power = -8; power <= 33; ++power) {
-    const double exact = std::pow(10.0, power);
-    for (double near : {exact, std::nextafter(exact, 0.0), std::nextafter(exact, INFINITY)}) {
-      values.push_back(near);
-    }
-  }
-  for (double value : {INFINITY, -INFINITY, NAN, -NAN}) values.push_back(value);
+  return values;
+}
 
+TEST(NumberTextTest, FormatsAsPrintfDoes) {
+  std::vector<double> values = EdgeValues();
+  const std::vector<double> random = RandomValues(2024, 200000);
+  values.insert(values.end(), random.begin(), random.end());
+  for (double value : {INFINITY, -INFINITY, NAN, -NAN}) values.push_back(value);
   for (double value : values) {
     for (double signed_value : {value, -value}) {
       ASSERT_EQ(Formatted(signed_value), Printf(signed_value)) << std::hexfloat << signed_value;
@@ -142,53 +122,22 @@ TEST(NumberTextTest, FormatsAsPrintfDoes) {
 }
 
 TEST(NumberTextTest, ParsesAsStrtodDoes) {
-  std::vector<std::string> texts = {"0",
-                                    "-0",
-                                    "+0",
-                                    "1",
-                                    "+1",
-                                    "+-1",
-                                    "--1",
-                                    "-",
-                                    "+",
-                                    ".",
-                                    "-.",
-                                    ".5",
-                                    "-.5",
-                                    "5.",
-                                    "1e",
-                                    "1e+",
-                                    "1E-",
-                                    "1e5",
-                                    "1E5",
-                                    "1e+5",
-                                    "1.2.3",
-                                    "1-2",
-                                    "00012",
-                                    "1e400",
-                                    "-1e400",
-                                    "1e-400",
-                                    "-1e-400",
-                                    "4.9e-324",
-                                    "2.4703282292062327e-324",
-                                    "2.4703282292062328e-324",
-                                    "1.7976931348623157e308",
-                                    "1.7976931348623159e308",
-                                    std::string(62, '9'),
-                                    "0." + std::string(60, '1'),
-                                    "9007199254740993",
-                                    "9007199254740993.0000000000000001"};
+  // Signs, points and exponents in every wrong place, and values beyond the
+  // range or between two doubles.
+  std::istringstream table(
+      "0 -0 +0 1 +1 +-1 --1 - + . -. .5 -.5 5. 1e 1e+ 1E- 1e5 1E5 1e+5 1.2.3 1-2 00012 "
+      "1e400 -1e400 1e-400 -1e-400 4.9e-324 2.4703282292062327e-324 2.4703282292062328e-324 "
+      "1.7976931348623157e308 1.7976931348623159e308 9007199254740993 "
+      "9007199254740993.0000000000000001");
+  std::vector<std::string> texts;
+  for (std::string text; table >> text;) texts.push_back(text);
+  texts.push_back(std::string(62, '9'));
+  texts.push_back("0." + std::string(60, '1'));
   for (double value : EdgeValues()) texts.push_back(Printf(value));
-  for (double value : TiesOfTheLastDigit()) texts.push_back(Printf(value));
-  std::mt19937_64 random(7);
-  for (int i = 0; i < 100000; ++i) {
-    uint64_t bits = random();
-    double value;
-    std::memcpy(&value, &bits, sizeof value);
-    if (std::isfinite(value)) texts.push_back(Printf(value));
-  }
+  for (double value : RandomValues(7, 25000)) texts.push_back(Printf(value));
   // Anything of the reader's alphabet, as a damaged stream may hold.
   static const char kAlphabet[] = "+-0123456789.Ee";
+  std::mt19937_64 random(7);
   std::uniform_int_distribution<size_t> letter(0, sizeof kAlphabet - 2), length(1, 24);
   for (int i = 0; i < 100000; ++i) {
     std::string text(length(random), ' ');
