@@ -38,6 +38,21 @@ const Procs& Session() {
   return procs;
 }
 
+void Rewind(MOXContainer stream) {
+  typedef MOXErrorRef (*SeekProc)(MOXContainer, int64_t, int32_t);
+  const Procs& p = Session();
+  static const SeekProc seek = [&p, stream] {
+    MOXStringAtom name = p.string.NewStringAtom("Seek");
+    MOXStringAtom type = p.string.NewStringAtom("MOXPositionableStreamSeekProc");
+    void* proc = nullptr;
+    p.container.GetMethod(&proc, stream, name, type, true);
+    p.string.DeleteStringAtom(name);
+    p.string.DeleteStringAtom(type);
+    return reinterpret_cast<SeekProc>(proc);
+  }();
+  seek(stream, 0, 0);
+}
+
 void EndSession() {
   delete gLibrary;  // stops the library and unloads it
   gLibrary = nullptr;

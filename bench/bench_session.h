@@ -21,6 +21,18 @@ inline MOXContainer Keep(MOXContainer object) {
   return object;
 }
 
+// Seeks a runtime stream back to its start, through its own Seek method.
+void Rewind(MOXContainer stream);
+
+// Holds a reference for the life of a scope.
+struct Held {
+  explicit Held(MOXContainer object) : object(Keep(object)) {}
+  Held(const Held&) = delete;
+  Held& operator=(const Held&) = delete;
+  ~Held() { Session().container.Release(object); }
+  MOXContainer object;
+};
+
 }  // namespace moxbench
 
 #endif  // MOXUTILS_BENCH_BENCH_SESSION_H_

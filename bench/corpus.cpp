@@ -59,7 +59,7 @@ json GeneratedTwitter() {
 }
 
 json Load(const std::string& name) {
-  std::ifstream file(std::string(MOX_CORPUS_DIR) + "/" + name + ".json");
+  std::ifstream file(CorpusFile(name));
   if (file) return json::parse(file);
   if (name == "canada") return GeneratedCanada();
   if (name == "citm_catalog") return GeneratedCitm();
@@ -67,6 +67,13 @@ json Load(const std::string& name) {
 }
 
 }  // namespace
+
+const char* const kDocuments[kDocumentCount] = {"canada", "citm_catalog", "twitter"};
+
+std::string CorpusFile(const std::string& name) {
+  std::string path = std::string(MOX_CORPUS_DIR) + "/" + name + ".json";
+  return std::ifstream(path) ? path : std::string();
+}
 
 const json& CorpusDocument(const std::string& name) {
   static std::map<std::string, json> documents;

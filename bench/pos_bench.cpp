@@ -16,13 +16,6 @@
 namespace moxbench {
 namespace {
 
-// Holds a reference for the benchmark's life.
-struct Held {
-  explicit Held(MOXContainer object) : object(Keep(object)) {}
-  ~Held() { Session().container.Release(object); }
-  MOXContainer object;
-};
-
 // ---- Entry points: the primary-instance fast path against the slow path -----
 
 void BM_NumberGet(benchmark::State& state) {
@@ -131,8 +124,6 @@ BENCHMARK(BM_DeepGet);
 
 // ---- Whole documents ----------------------------------------------------------------
 
-const char* const kDocuments[] = {"canada", "citm_catalog", "twitter"};
-
 void BM_BuildFromJson(benchmark::State& state) {
   const nlohmann::json& document = CorpusDocument(kDocuments[state.range(0)]);
   state.SetLabel(kDocuments[state.range(0)]);
@@ -207,16 +198,9 @@ void BM_DeserializeTypeA(benchmark::State& state) {
     Held tree(ToPOS(CorpusDocument(kDocuments[state.range(0)])));
     p.posStreamer.Serialize(streamer.object, stream, tree.object, nullptr);
   }
-  typedef MOXErrorRef (*SeekProc)(MOXContainer, int64_t, int32_t);
-  MOXStringAtom seekName = p.string.NewStringAtom("Seek");
-  MOXStringAtom seekType = p.string.NewStringAtom("MOXPositionableStreamSeekProc");
-  void* seek = nullptr;
-  p.container.GetMethod(&seek, stream, seekName, seekType, true);
-  p.string.DeleteStringAtom(seekName);
-  p.string.DeleteStringAtom(seekType);
   state.SetLabel(kDocuments[state.range(0)]);
   for (auto _ : state) {
-    reinterpret_cast<SeekProc>(seek)(stream, 0, 0);
+    Rewind(stream);
     Held tree(p.posStreamer.Deserialize(streamer.object, stream));
   }
 }

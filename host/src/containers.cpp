@@ -5,9 +5,10 @@
 #include <new>
 #include <type_traits>
 
+#include "MOXRuntimeProcs.h"
+#include "block_cache.h"
 #include "errors.h"
 #include "faults.h"
-#include "MOXRuntimeProcs.h"
 #include "reports.h"
 #include "stats.h"
 
@@ -21,8 +22,9 @@ static_assert(std::is_standard_layout<Container>::value, "offsetof needs a stand
 static_assert(offsetof(Container, record) != 0, "components take 0 for an unset offset");
 
 Container* AllocateContainer() {
-  Container* container = new (std::nothrow) Container;
-  if (container == nullptr) return nullptr;
+  void* block = TakeBlock(sizeof(Container));
+  if (block == nullptr) return nullptr;
+  Container* container = new (block) Container;
   container->instances = &container->ownInstances;
   container->ownInstances.block = container;
   Count(Counter::kContainers, 1);
@@ -42,11 +44,19 @@ void FreeInstanceSet(InstanceSet* set) {
     delete entry;
     entry = next;
   }
-  delete set->block;
+  Container* block = set->block;
+  block->~Container();
+  GiveBlock(block, sizeof(Container));
 }
 
 void ReleaseInstanceSet(InstanceSet* set) {
-  if (set->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) FreeInstanceSet(set);
+  // A count of one is the caller's own hold: no clone shares the set, and
+  // none can be made from a container that is dying, so nothing else can
+  // change the count any more.
+  if (set->refs.load(std::memory_order_acquire) == 1 ||
+      set->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    FreeInstanceSet(set);
+  }
 }
 
 // Runs once per container, by the thread that set the dying bit.
@@ -153,6 +163,12 @@ bool Decrement(Container* container, const char* caller, uint32_t* after) {
 
 void Release(MOXContainer container) {
   if (container == nullptr) return;
+  // The last reference, the common case: from one straight to dying.
+  uint32_t last = 1;
+  if (container->refs.compare_exchange_strong(last, kDying, std::memory_order_acq_rel)) {
+    Destroy(container);
+    return;
+  }
   uint32_t after = 0;
   if (!Decrement(container, "Release", &after) || after != 0) return;
   // Somebody may AddRef the container between the two steps: it is then

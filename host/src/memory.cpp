@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
-#include "faults.h"
 #include "MOXRuntimeProcs.h"
+#include "block_cache.h"
+#include "faults.h"
 #include "reports.h"
 #include "stats.h"
 
@@ -36,7 +38,7 @@ BlockHeader* CheckedHeader(void* block, const char* caller) {
 void* Alloc(uint64_t size) {
   Count(Counter::kAllocationCalls, 1);
   if (ShouldFail(Fault::kAllocation) || size > kMaxSize) return nullptr;
-  auto* header = static_cast<BlockHeader*>(std::malloc(sizeof(BlockHeader) + size));
+  auto* header = static_cast<BlockHeader*>(TakeBlock(sizeof(BlockHeader) + size));
   if (header == nullptr) return nullptr;
   header->size = size;
   header->magic = kLiveMagic;
@@ -52,7 +54,7 @@ void Free(void* block) {
   Count(Counter::kMemoryBlocks, -1);
   Count(Counter::kMemoryBytes, -static_cast<int64_t>(header->size));
   header->magic = kFreedMagic;
-  std::free(header);
+  GiveBlock(header, sizeof(BlockHeader) + header->size);
 }
 
 void* Realloc(void* block, uint64_t size) {
@@ -63,11 +65,23 @@ void* Realloc(void* block, uint64_t size) {
   // On failure the old block stays as it was, as with realloc.
   if (ShouldFail(Fault::kAllocation) || size > kMaxSize) return nullptr;
   const uint64_t oldSize = header->size;
-  header->magic = kFreedMagic;  // until realloc says where the block is now
-  auto* moved = static_cast<BlockHeader*>(std::realloc(header, sizeof(BlockHeader) + size));
-  if (moved == nullptr) {
-    header->magic = kLiveMagic;
-    return nullptr;
+  BlockHeader* moved;
+  if (sizeof(BlockHeader) + size <= kLargestCachedBlock ||
+      sizeof(BlockHeader) + oldSize <= kLargestCachedBlock) {
+    // Blocks of the cache's sizes move whole, so that each keeps the size of
+    // its class.
+    moved = static_cast<BlockHeader*>(TakeBlock(sizeof(BlockHeader) + size));
+    if (moved == nullptr) return nullptr;
+    std::memcpy(moved + 1, header + 1, oldSize < size ? oldSize : size);
+    header->magic = kFreedMagic;
+    GiveBlock(header, sizeof(BlockHeader) + oldSize);
+  } else {
+    header->magic = kFreedMagic;  // until realloc says where the block is now
+    moved = static_cast<BlockHeader*>(std::realloc(header, sizeof(BlockHeader) + size));
+    if (moved == nullptr) {
+      header->magic = kLiveMagic;
+      return nullptr;
+    }
   }
   moved->size = size;
   moved->magic = kLiveMagic;

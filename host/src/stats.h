@@ -43,8 +43,10 @@ struct Block {
   Block* next = nullptr;
 };
 
-// Constant-initialised, so each access is a plain thread-local load.
-inline thread_local Block* tBlock = nullptr;
+// Constant-initialised, and in the executable's own thread-local block (the
+// runtime is linked into programs, never loaded), so each access is a plain
+// load off the thread pointer.
+__attribute__((tls_model("initial-exec"))) inline thread_local Block* tBlock = nullptr;
 Block* AttachThisThread();
 
 }  // namespace stats_internal

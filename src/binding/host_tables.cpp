@@ -38,7 +38,7 @@ bool MOXLoadInterfaceTable(const MOXMethodRow* rows, size_t count, const char* i
   return true;
 }
 
-void** MOXInterfaceTable::Get() {
+void** MOXInterfaceTable::Reload() {
   uint64_t counter = MOXReadUnregisterCount();
   if (counter == Stamp()) return fSlots;
   if (MOXLoadInterfaceTable(fRows, fCount, fInterfaceName, fSlots)) {

@@ -71,7 +71,10 @@ class MOXInterfaceTable {
 
   // MOXGetInterfaceTable: the slots, loaded again when the counter has moved
   // since the last load; null when the interface can't be bound.
-  void** Get();
+  void** Get() {
+    if (MOXReadUnregisterCount() == Stamp()) return fSlots;
+    return Reload();
+  }
   // True when the counter still equals the stamp of the last load.
   bool IsCurrent() const { return MOXReadUnregisterCount() == Stamp(); }
 
@@ -90,6 +93,9 @@ class MOXInterfaceTable {
   size_t Count() const { return fCount; }
 
  private:
+  // Get when the counter has moved since the last load.
+  void** Reload();
+
   const char* fInterfaceName;
   const MOXMethodRow* fRows;
   size_t fCount;

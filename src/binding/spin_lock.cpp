@@ -12,14 +12,14 @@ inline void PauseHint() {
 }
 }  // namespace
 
-void MOXSpinLockAcquire(uint32_t* word) {
+void MOXSpinLockWait(uint32_t* word) {
   for (;;) {
-    if (__atomic_exchange_n(word, 1u, __ATOMIC_ACQUIRE) != 1u) return;
     uint32_t rounds = 1;
     while (__atomic_load_n(word, __ATOMIC_RELAXED) != 0u) {
       PauseHint();
       if (rounds > 32) sched_yield();
       ++rounds;
     }
+    if (__atomic_exchange_n(word, 1u, __ATOMIC_ACQUIRE) != 1u) return;
   }
 }

@@ -6,10 +6,17 @@
 
 #include <cstdint>
 
-void MOXSpinLockAcquire(uint32_t* word);
+// The wait, once the first exchange found the word held.
+void MOXSpinLockWait(uint32_t* word);
 
+inline void MOXSpinLockAcquire(uint32_t* word) {
+  if (__atomic_exchange_n(word, 1u, __ATOMIC_ACQUIRE) != 1u) return;
+  MOXSpinLockWait(word);
+}
+
+// A release store is all that giving the word up needs.
 inline void MOXSpinLockRelease(uint32_t* word) {
-  __atomic_exchange_n(word, 0u, __ATOMIC_RELEASE);
+  __atomic_store_n(word, 0u, __ATOMIC_RELEASE);
 }
 
 // Holds the spin lock for a scope, also while an exception passes.

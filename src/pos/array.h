@@ -17,6 +17,7 @@ namespace NPOSObjectImpl {
 class Array final : public BaseObject {
  public:
   static constexpr const char* kNotThisClass = "instance was not an POSArray";
+  static constexpr ObjectClass kClass = ObjectClass::kArray;
 
   Array() : fData(nullptr), fCapacity(0), fCount(0) {}
   // Shares the members: each slot is copied with a reference of its own.
@@ -26,6 +27,7 @@ class Array final : public BaseObject {
 
   BaseObject* Clone() override;
   bool IsEqual(const CPOSObject& other) override;
+  ObjectClass Class() const override { return kClass; }
 
   uint32_t Count() const { return fCount; }
   uint32_t Capacity() const { return fCapacity; }

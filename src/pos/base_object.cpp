@@ -4,19 +4,10 @@ namespace NPOSObjectImpl {
 
 const char kNullArgument[] = "null argument";
 
-BaseObject::LiveCounter BaseObject::fNumPOSObjects;
-
-void BaseObject::AddToCount(int32_t delta) {
-  // The lock is held logically: the count changes between Lock and Unlock,
-  // not under the mutex inside.
-  fNumPOSObjects.fLock.Lock();
-  fNumPOSObjects.fCount += delta;
-  fNumPOSObjects.fLock.Unlock();
-}
+std::atomic<int32_t> BaseObject::fNumPOSObjects{0};
 
 int32_t BaseObject::LiveObjectCount() {
-  TOVWaitMutexLocker lock(fNumPOSObjects.fLock);
-  return fNumPOSObjects.fCount;
+  return fNumPOSObjects.load(std::memory_order_relaxed);
 }
 
 BaseObject::BaseObject() {

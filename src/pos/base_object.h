@@ -8,6 +8,7 @@
 #ifndef MOXUTILS_POS_BASE_OBJECT_H_
 #define MOXUTILS_POS_BASE_OBJECT_H_
 
+#include <atomic>
 #include <cstdint>
 
 #include "MOXTypes.h"
@@ -15,7 +16,6 @@
 #include "binding/container_ref.h"
 #include "binding/errors.h"
 #include "binding/utils_names.h"
-#include "binding/wait_mutex.h"
 #include "pos/pos_object.h"
 
 namespace NPOSObjectImpl {
@@ -25,6 +25,18 @@ using MOX_T_MT::POSException;
 
 // Raised when an entry is handed a null pointer where it needs text or data.
 extern const char kNullArgument[];
+
+// The classes of POS objects, each final, so that a downcast is a test of
+// the class alone.
+enum class ObjectClass : uint8_t {
+  kNumber,
+  kString,
+  kUnicodeString,
+  kBinData,
+  kRawPointer,
+  kArray,
+  kDict
+};
 
 class BaseObject : public MOX_T_MT::CMOXClientBase {
  public:
@@ -38,19 +50,21 @@ class BaseObject : public MOX_T_MT::CMOXClientBase {
   virtual BaseObject* Clone() = 0;
   // False when `other` is of another class.
   virtual bool IsEqual(const CPOSObject& other) = 0;
+  // What the class of the object is; each class has it as kClass too.
+  virtual ObjectClass Class() const = 0;
 
-  // The number of live POS objects, read under its lock.
+  // The number of live POS objects.
   static int32_t LiveObjectCount();
 
  private:
-  // The count and the lock that guards it (and nothing else). It does not
-  // depend on the runtime, so it exists from load to unload.
-  struct LiveCounter {
-    TOVWaitMutex fLock;
-    int32_t fCount = 0;
-  };
-  static void AddToCount(int32_t delta);
-  static LiveCounter fNumPOSObjects;
+  // The count of live objects. An atomic word rather than a count behind a
+  // lock: every object's life changes it twice, and the two lock round trips
+  // cost more than the rest of a small object's life. It does not depend on
+  // the runtime, so it exists from load to unload.
+  static void AddToCount(int32_t delta) {
+    fNumPOSObjects.fetch_add(delta, std::memory_order_relaxed);
+  }
+  static std::atomic<int32_t> fNumPOSObjects;
 };
 
 // The object of `container`, or null when the runtime knows none by the name
@@ -64,19 +78,25 @@ inline BaseObject* ResolveBaseObject(MOXContainer container) {
   return static_cast<BaseObject*>(MOXNGetInstance(container, name));
 }
 
+// `object` as a T, or null when it is null or of another class.
+template <class T>
+T* DowncastTo(BaseObject* object) {
+  return object != nullptr && object->Class() == T::kClass ? static_cast<T*>(object) : nullptr;
+}
+
 // The object of class T behind `container`, or null: a null container, an
 // object of another class, or no POS object at all.
 template <class T>
 T* TryFromContainer(MOXContainer container) {
   if (container == nullptr) return nullptr;
-  return dynamic_cast<T*>(ResolveBaseObject(container));
+  return DowncastTo<T>(ResolveBaseObject(container));
 }
 
 // The object of class T behind `container`; otherwise raises T's
 // "instance was not an POS..." text.
 template <class T>
 T* FromContainer(MOXContainer container) {
-  T* object = dynamic_cast<T*>(ResolveBaseObject(container));
+  T* object = DowncastTo<T>(ResolveBaseObject(container));
   if (object == nullptr) throw POSException(T::kNotThisClass);
   return object;
 }

@@ -17,6 +17,7 @@ namespace NPOSObjectImpl {
 class Dict final : public BaseObject {
  public:
   static constexpr const char* kNotThisClass = "instance was not an POSDict";
+  static constexpr ObjectClass kClass = ObjectClass::kDict;
 
   Dict();
   // Shares the values: every key is inserted again with its value.
@@ -30,6 +31,7 @@ class Dict final : public BaseObject {
   // value. Keys that only the other has are not looked at, so a symmetric
   // test takes two calls.
   bool IsEqual(const CPOSObject& other) override;
+  ObjectClass Class() const override { return kClass; }
 
   // A copy of the value under `key`. An absent key gives an empty object
   // when `quiet`, and otherwise raises "Dict::Get lookup failed".

@@ -18,7 +18,25 @@ DictNode* Leftmost(DictNode* node) {
   return node;
 }
 
+// strcmp of `key` (with its DictKeyPrefix) and the key of `node`, by sign.
+// Equal prefixes decide alone when they hold a key's end; otherwise the two
+// keys agree on eight bytes, and strcmp goes on from there. The same atom's
+// text is the same pointer, and so equal without a look at it.
+int CompareKey(const char* key, uint64_t prefix, const DictNode* node) {
+  if (prefix != node->fKeyPrefix) return prefix < node->fKeyPrefix ? -1 : 1;
+  if ((prefix & 0xFF) == 0 || key == node->Key()) return 0;
+  return std::strcmp(key + 8, node->Key() + 8);
+}
+
 }  // namespace
+
+uint64_t DictKeyPrefix(const char* key) {
+  uint64_t prefix = 0;
+  for (int i = 0; i < 8 && key[i] != 0; ++i) {
+    prefix |= static_cast<uint64_t>(static_cast<unsigned char>(key[i])) << (56 - 8 * i);
+  }
+  return prefix;
+}
 
 // ---- Nodes -----------------------------------------------------------------------
 
@@ -30,6 +48,7 @@ DictNode* DictNode::New(const CMOXStringHolder& key, const MOX_T_MT::CPOSObject&
   DictNode* node = static_cast<DictNode*>(MOXMemory::AllocOrThrow(sizeof(DictNode)));
   node->fLeft = node->fRight = node->fParent = nullptr;
   node->fColour = kRed;
+  node->fKeyPrefix = DictKeyPrefix(keyCopy.CString());
   new (&node->fKey) CMOXStringHolder(static_cast<CMOXStringHolder&&>(keyCopy));
   new (&node->fValue) MOX_T_MT::CPOSObject(static_cast<MOX_T_MT::CPOSObject&&>(valueCopy));
   return node;
@@ -66,9 +85,10 @@ void DictTree::DeleteNodes(DictNode* root) noexcept {
 }
 
 DictNode* DictTree::Find(const char* key) const {
+  const uint64_t prefix = DictKeyPrefix(key);
   DictNode* node = fRoot;
   while (node != nullptr) {
-    int order = std::strcmp(key, node->Key());
+    const int order = CompareKey(key, prefix, node);
     if (order == 0) return node;
     node = order < 0 ? node->fLeft : node->fRight;
   }
@@ -145,7 +165,7 @@ void DictTree::Insert(DictNode* node) {
     for (;;) {
       SplitOnTheWay(current);
       DictNode*& link =
-          std::strcmp(node->Key(), current->Key()) < 0 ? current->fLeft : current->fRight;
+          CompareKey(node->Key(), node->fKeyPrefix, current) < 0 ? current->fLeft : current->fRight;
       if (link == nullptr) {
         link = node;
         node->fParent = current;
@@ -159,10 +179,11 @@ void DictTree::Insert(DictNode* node) {
 }
 
 DictNode* DictTree::Unlink(const char* key) {
+  const uint64_t prefix = DictKeyPrefix(key);
   DictNode* node = fRoot;
   while (node != nullptr) {
     SplitOnTheWay(node);
-    int order = std::strcmp(key, node->Key());
+    const int order = CompareKey(key, prefix, node);
     if (order == 0) break;
     node = order < 0 ? node->fLeft : node->fRight;
   }
@@ -202,7 +223,7 @@ DictNode* DictTree::Next(DictNode* node) {
   // the walk came.
   const char* start = node->Key();
   DictNode* candidate = node->fParent;
-  while (candidate != nullptr && std::strcmp(candidate->Key(), start) < 0) {
+  while (candidate != nullptr && CompareKey(start, node->fKeyPrefix, candidate) > 0) {
     candidate = candidate->fParent;
   }
   return candidate;

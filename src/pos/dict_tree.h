@@ -20,6 +20,11 @@ namespace NPOSObjectImpl {
 
 enum DictColour : uint32_t { kRed = 0, kBlack = 1 };
 
+// The first eight bytes of a key as one big-endian number, zeros after its
+// end: numbers in this form order as strcmp orders their keys, so most
+// comparisons of a search need neither strcmp nor the key's text.
+uint64_t DictKeyPrefix(const char* key);
+
 // A node lives in the runtime's memory and owns one reference to its key
 // atom and one to its value.
 struct DictNode {
@@ -27,6 +32,7 @@ struct DictNode {
   DictNode* fRight;
   DictNode* fParent;
   uint32_t fColour;
+  uint64_t fKeyPrefix;  // DictKeyPrefix of the key
   CMOXStringHolder fKey;
   MOX_T_MT::CPOSObject fValue;
 

@@ -14,12 +14,14 @@ namespace NPOSObjectImpl {
 class Number final : public BaseObject {
  public:
   static constexpr const char* kNotThisClass = "instance was not an POSNumber";
+  static constexpr ObjectClass kClass = ObjectClass::kNumber;
 
   explicit Number(double value) : fValue(value) {}
 
   BaseObject* Clone() override;
   // IEEE equality: NaN equals nothing, itself included; 0.0 equals -0.0.
   bool IsEqual(const CPOSObject& other) override;
+  ObjectClass Class() const override { return kClass; }
 
   double Value() const { return fValue; }
 
@@ -32,12 +34,14 @@ class Number final : public BaseObject {
 class String final : public BaseObject {
  public:
   static constexpr const char* kNotThisClass = "instance was not an POSString";
+  static constexpr ObjectClass kClass = ObjectClass::kString;
 
   // std::bad_alloc when the runtime can't make the atom.
   explicit String(const char* text);
 
   BaseObject* Clone() override;
   bool IsEqual(const CPOSObject& other) override;
+  ObjectClass Class() const override { return kClass; }
 
   const char* Text() const { return fText.CString(); }
 

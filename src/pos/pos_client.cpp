@@ -88,12 +88,6 @@ TPOSClientTable<POSArraySlots::Slot> gPOSArrayClient(&gArrayTable);
 TPOSClientTable<POSDictSlots::Slot> gPOSDictClient(&gDictTable);
 TPOSClientTable<POSDictIteratorSlots::Slot> gPOSDictIteratorClient(&gDictIteratorTable);
 
-void** CPOSClientTable::Refresh() {
-  void** slots = fTable->Get();
-  __atomic_store_n(&fSlots, slots, __ATOMIC_RELAXED);
-  return slots;
-}
-
 // ---- Statics -------------------------------------------------------------------
 
 CPOSObject CPOSObjectStatics::CreateFromText(const char* text, const char** position) {
@@ -220,6 +214,12 @@ uint32_t CPOSArray::Count() const {
 }
 void CPOSArray::Append(const CPOSObject& value) const {
   gPOSArrayClient.Proc<POSArraySlots::Append>()(Container(), value.Container());
+}
+void CPOSArray::SetAt(uint64_t index, const CPOSObject& value) const {
+  gPOSArrayClient.Proc<POSArraySlots::SetAt>()(Container(), index, value.Container());
+}
+void CPOSArray::Remove(uint64_t index) const {
+  gPOSArrayClient.Proc<POSArraySlots::Remove>()(Container(), index);
 }
 
 // ---- Dictionaries ----------------------------------------------------------------

@@ -41,7 +41,13 @@ class CPOSClientTable {
 
   // MOXGetInterfaceTable: the slots, or null when the interface can't be
   // bound. The result is also kept for Proc().
-  void** Refresh();
+  void** Refresh() {
+    void** slots = fTable->Get();
+    // Every thread stores the same value; storing only a change keeps the
+    // word's cache line shared between threads.
+    if (slots != Slots()) __atomic_store_n(&fSlots, slots, __ATOMIC_RELAXED);
+    return slots;
+  }
 
  protected:
   void** Slots() const { return __atomic_load_n(&fSlots, __ATOMIC_RELAXED); }
@@ -175,6 +181,10 @@ class CPOSArray : public CPOSObject {
   uint32_t Count() const;
   // Failures (a null value, out of memory) are reported by the method.
   void Append(const CPOSObject& value) const;
+  // Puts `value` in place of the member at `index`; the same failures.
+  void SetAt(uint64_t index, const CPOSObject& value) const;
+  // Removes the member at `index`; those after it move up.
+  void Remove(uint64_t index) const;
 };
 
 class CPOSDict : public CPOSObject {

@@ -20,6 +20,7 @@ namespace NPOSObjectImpl {
 class UnicodeString final : public BaseObject {
  public:
   static constexpr const char* kNotThisClass = "instance was not an POSUnicodeString";
+  static constexpr ObjectClass kClass = ObjectClass::kUnicodeString;
 
   // Copies `units` up to and including the first zero unit.
   explicit UnicodeString(const uint16_t* units);
@@ -28,6 +29,7 @@ class UnicodeString final : public BaseObject {
   BaseObject* Clone() override;
   // Same length and the same units, the terminator included.
   bool IsEqual(const CPOSObject& other) override;
+  ObjectClass Class() const override { return kClass; }
 
   const uint16_t* Units() const { return fUnits; }
   // Units in the block, the terminator included: 1 for the empty text.
@@ -43,6 +45,7 @@ class UnicodeString final : public BaseObject {
 class BinData final : public BaseObject {
  public:
   static constexpr const char* kNotThisClass = "instance was not an POSBinData";
+  static constexpr ObjectClass kClass = ObjectClass::kBinData;
 
   // "Missing Interface" without the runtime's shared buffers.
   BinData(const char* typeName, const void* data, uint64_t size);
@@ -51,6 +54,7 @@ class BinData final : public BaseObject {
   BaseObject* Clone() override;
   // Same type name, same size, same bytes.
   bool IsEqual(const CPOSObject& other) override;
+  ObjectClass Class() const override { return kClass; }
 
   const char* TypeName() const { return fTypeName.CString(); }
   const void* Data() const { return fData; }
@@ -66,6 +70,7 @@ class BinData final : public BaseObject {
 class RawPointer final : public BaseObject {
  public:
   static constexpr const char* kNotThisClass = "instance was not an POSRawPointer";
+  static constexpr ObjectClass kClass = ObjectClass::kRawPointer;
 
   RawPointer(void* pointer, MOXReleaseProc releaseProc)
       : fPointer(pointer), fReleaseProc(releaseProc) {}
@@ -76,6 +81,7 @@ class RawPointer final : public BaseObject {
   // Any two raw pointers are equal: neither the pointer nor the release
   // procedure is compared.
   bool IsEqual(const CPOSObject& other) override;
+  ObjectClass Class() const override { return kClass; }
 
   void* Pointer() const { return fPointer; }
   MOXReleaseProc ReleaseProc() const { return fReleaseProc; }

@@ -30,7 +30,7 @@ void ICharStream::GiveBackReadAhead() {
   stream.Seek(static_cast<int64_t>(static_cast<int32_t>(back)), 0);
 }
 
-bool ICharStream::GetChar(char* out) {
+bool ICharStream::GetCharAfterBlock(char* out) {
   const unsigned char byte = NextRawByte();
   *out = static_cast<char>(byte);
   if (byte != '\\') {
@@ -72,6 +72,9 @@ void ICharStream::Refill() {
 uint64_t GetChars(ICharStream& in, char* dest, uint64_t wanted, bool mustFill, bool skipSpace) {
   uint64_t stored = 0;
   while (stored < wanted) {
+    // Ordinary bytes in bulk; spaces count unless they are skipped.
+    if (!skipSpace) stored += in.TakeRun(dest + stored, wanted - stored);
+    if (stored == wanted) break;
     if (!in.GetChar(dest + stored)) break;
     if (skipSpace && IsStreamSpace(static_cast<unsigned char>(dest[stored]))) continue;
     ++stored;

@@ -10,7 +10,7 @@
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
 
-class ICharStream : public CharStream {
+class ICharStream final : public CharStream {
  public:
   explicit ICharStream(const CMOXPositionableStreamRef& source);
   // Seeks the client stream back over the bytes read ahead and not consumed,
@@ -23,9 +23,56 @@ class ICharStream : public CharStream {
   // closes the form and is never normalised. Raises "unexpected EOF" at the
   // end of the stream and "Unexpected escape sequence" for a backslash and a
   // letter that the current form does not know.
-  virtual bool GetChar(char* out);
+  virtual bool GetChar(char* out) {
+    // An ordinary byte of the block: no escape to undo, no refill.
+    if (count != 0 && *cursor != '\\') {
+      --count;
+      unsigned char byte = *cursor++;
+      if (params.normalizeSpace && IsStreamSpace(byte)) byte = ' ';
+      *out = static_cast<char>(byte);
+      return params.closeChar != *out;
+    }
+    return GetCharAfterBlock(out);
+  }
+
+  // Moves up to `wanted` bytes to `dest` as GetChar would give them, as long
+  // as they are ordinary bytes of the block that do not close the form; stops
+  // before a backslash, the closing byte or the end of the block. Returns how
+  // many it moved; GetChar goes on from there.
+  size_t TakeRun(char* dest, size_t wanted) {
+    const size_t limit = wanted < count ? wanted : count;
+    const unsigned char close = static_cast<unsigned char>(params.closeChar);
+    size_t n = 0;
+    for (; n < limit; ++n) {
+      unsigned char byte = cursor[n];
+      if (params.normalizeSpace && IsStreamSpace(byte)) byte = ' ';
+      if (byte == '\\' || byte == close) break;
+      dest[n] = static_cast<char>(byte);
+    }
+    cursor += n;
+    count -= n;
+    return n;
+  }
+
+  // GetChar until a byte other than a space, which it stores; false when
+  // that byte closes the form.
+  bool GetNonSpaceChar(char* out) {
+    // Raw blanks of the block, where a blank does not close the form.
+    if (params.closeChar != ' ') {
+      while (count != 0 && (*cursor == ' ' || (params.normalizeSpace && IsStreamSpace(*cursor)))) {
+        --count;
+        ++cursor;
+      }
+    }
+    while (GetChar(out)) {
+      if (*out != ' ') return true;
+    }
+    return false;
+  }
 
  private:
+  // GetChar where the block is empty or a backslash comes next.
+  bool GetCharAfterBlock(char* out);
   unsigned char NextRawByte();
   void Refill();
   void GiveBackReadAhead();

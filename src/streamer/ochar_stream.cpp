@@ -1,13 +1,20 @@
 #include "streamer/ochar_stream.h"
 
+#include <algorithm>
 #include <cctype>
-#include <cstdio>
+#include <cstring>
 
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
 
-OCharStream::OCharStream(const CMOXPositionableStreamRef& source) : CharStream(source) {
+OCharStream::OCharStream(const CMOXPositionableStreamRef& source)
+    : CharStream(source), fTableCount(0), fSpecialFor(nullptr), fSpecial(nullptr) {
   cursor = bufferData;
+  // isprint follows the locale: bytes above 0x7F are octal in the "C" locale
+  // and raw where the locale calls them printable. Both read back the same.
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    fOctal[byte] = byte == 0x7F || (!std::isprint(static_cast<int>(byte)) && !IsStreamSpace(byte));
+  }
 }
 
 OCharStream::~OCharStream() noexcept(false) {
@@ -24,20 +31,37 @@ OCharStream::~OCharStream() noexcept(false) {
   }
 }
 
-void OCharStream::PutChar(char c) {
-  const unsigned char byte = static_cast<unsigned char>(c);
-  // isprint follows the process locale: bytes above 0x7F are octal in the "C"
-  // locale and raw where the locale calls them printable. Both read back the
-  // same.
-  if (byte == 0x7F || (!std::isprint(byte) && !IsStreamSpace(byte))) {
-    char octal[4];
-    std::snprintf(octal, sizeof octal, "%03o", byte);
+void OCharStream::SelectSpecial() {
+  SpecialBytes* table = nullptr;
+  for (int i = 0; i < fTableCount && table == nullptr; ++i) {
+    if (fTables[i].escapes == params.escapes) table = &fTables[i];
+  }
+  if (table == nullptr) {
+    // A stream given more tables than the cache holds starts it over.
+    if (fTableCount == kTableCache) fTableCount = 0;
+    table = &fTables[fTableCount++];
+    table->escapes = params.escapes;
+    std::memcpy(table->special, fOctal, sizeof fOctal);
+    // Every raw half counts, even one that an earlier pair already escapes:
+    // PutEscaped applies the table's own order.
+    for (const char* pair = params.escapes; pair[0] != 0; pair += 2) {
+      table->special[static_cast<unsigned char>(pair[0])] = true;
+      if (pair[1] == 0) break;
+    }
+  }
+  fSpecialFor = params.escapes;
+  fSpecial = table->special;
+}
+
+void OCharStream::PutEscaped(unsigned char byte) {
+  if (fOctal[byte]) {
     Store('\\');
-    Store(octal[0]);
-    Store(octal[1]);
-    Store(octal[2]);
+    Store(static_cast<char>('0' + (byte >> 6)));
+    Store(static_cast<char>('0' + ((byte >> 3) & 7)));
+    Store(static_cast<char>('0' + (byte & 7)));
     return;
   }
+  const char c = static_cast<char>(byte);
   for (const char* pair = params.escapes; pair[0] != 0; pair += 2) {
     if (pair[0] != c) continue;
     if (pair[1] != 0) {
@@ -50,9 +74,19 @@ void OCharStream::PutChar(char c) {
   Store(c);
 }
 
-void OCharStream::Store(char c) {
-  if (count == kCharStreamBlockSize) Flush();
-  bufferData[count++] = static_cast<unsigned char>(c);
+void OCharStream::PutText(const char* text, size_t length) {
+  const bool* const special = Special();
+  const char* const end = text + length;
+  while (text != end) {
+    if (count == kCharStreamBlockSize) Flush();
+    const size_t room = std::min<size_t>(kCharStreamBlockSize - count, end - text);
+    size_t plain = 0;
+    while (plain < room && !special[static_cast<unsigned char>(text[plain])]) ++plain;
+    std::memcpy(bufferData + count, text, plain);
+    count += plain;
+    text += plain;
+    if (plain < room) PutEscaped(static_cast<unsigned char>(*text++));
+  }
 }
 
 void OCharStream::Flush() {

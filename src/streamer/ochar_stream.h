@@ -2,6 +2,7 @@
 #ifndef MOXUTILS_STREAMER_OCHAR_STREAM_H_
 #define MOXUTILS_STREAMER_OCHAR_STREAM_H_
 
+#include <cstddef>
 #include <cstdint>
 
 #include "streamer/char_stream.h"
@@ -9,8 +10,10 @@
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
 
-class OCharStream : public CharStream {
+class OCharStream final : public CharStream {
  public:
+  // Asks isprint of the thread's locale about every byte value once, here:
+  // the locale is not expected to change in the middle of one Serialize.
   explicit OCharStream(const CMOXPositionableStreamRef& source);
   // Writes what the block holds. Raises the stream's error (unless unwinding).
   ~OCharStream() noexcept(false) override;
@@ -18,14 +21,50 @@ class OCharStream : public CharStream {
   // Stores `c` under the current escape table: unprintable bytes and 0x7F as
   // a backslash and three octal digits, the raw half of a pair as a backslash
   // and its letter, anything else as it is.
-  virtual void PutChar(char c);
+  virtual void PutChar(char c) {
+    const unsigned char byte = static_cast<unsigned char>(c);
+    if (Special()[byte]) {
+      PutEscaped(byte);
+    } else {
+      Store(c);
+    }
+  }
+
+  // PutChar of each of the `length` bytes at `text`; runs of bytes that need
+  // no escape are copied into the block as they are.
+  void PutText(const char* text, size_t length);
 
   // Stores `c` unescaped. A full block is written only when one more byte
   // arrives, so a stream is never written early. Closing bytes go here.
-  void Store(char c);
+  void Store(char c) {
+    if (count == kCharStreamBlockSize) Flush();
+    bufferData[count++] = static_cast<unsigned char>(c);
+  }
 
  private:
+  // For each byte value, whether PutChar does more than store it under one
+  // escape table: the octal bytes and the raw half of every pair.
+  struct SpecialBytes {
+    const char* escapes;
+    bool special[256];
+  };
+  // A stream meets a handful of tables, one per form; each is made once.
+  static constexpr int kTableCache = 8;
+
+  const bool* Special() {
+    if (params.escapes != fSpecialFor) SelectSpecial();
+    return fSpecial;
+  }
+  void SelectSpecial();
+  // The rules of PutChar for a byte of Special().
+  void PutEscaped(unsigned char byte);
   void Flush();
+
+  bool fOctal[256];
+  SpecialBytes fTables[kTableCache];
+  int fTableCount;
+  const char* fSpecialFor;
+  const bool* fSpecial;
 };
 
 }  // namespace NTypeAImpl

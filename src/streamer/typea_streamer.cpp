@@ -1,5 +1,7 @@
 #include "streamer/typea_streamer.h"
 
+#include <algorithm>
+
 #include "binding/errors.h"
 #include "binding/stack_guard.h"
 
@@ -41,9 +43,7 @@ void TypeAStreamer::WriteObject(OCharStream& out, const CPOSObject& object) {
 CPOSObject TypeAStreamer::ReadObject(ICharStream& in) {
   CheckStackReserve();
   char openChar;
-  do {
-    if (!in.GetChar(&openChar)) return CPOSObject();
-  } while (openChar == ' ');
+  if (!in.GetNonSpaceChar(&openChar)) return CPOSObject();
   ReadRoutine routine = nullptr;
   const StreamingParams* form = LookupReadParams(openChar, &routine);
   if (form == nullptr || routine == nullptr) {
@@ -56,8 +56,12 @@ CPOSObject TypeAStreamer::ReadObject(ICharStream& in) {
 }
 
 void TypeAStreamer::PutLineBreak(OCharStream& out) const {
+  static const char kTabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
+  constexpr int32_t kTabRun = sizeof kTabs - 1;
   out.PutChar('\n');
-  for (int32_t level = 0; level < indentDepth; ++level) out.PutChar('\t');
+  for (int32_t level = 0; level < indentDepth; level += kTabRun) {
+    out.PutText(kTabs, static_cast<size_t>(std::min(kTabRun, indentDepth - level)));
+  }
 }
 
 }  // namespace NTypeAImpl

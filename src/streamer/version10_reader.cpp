@@ -10,6 +10,7 @@
 #include "binding/errors.h"
 #include "binding/host_tables.h"
 #include "pos/pos_client.h"
+#include "streamer/number_text.h"
 #include "streamer/version10.h"
 #include "streamer/version10_routines.h"
 
@@ -70,14 +71,20 @@ void ReadNumber(CPOSObject* result, TypeAStreamer&, ICharStream& in) {
     throw POSException("malformed number");
   }
   // Whatever follows the numeric prefix is ignored: "1-2" reads as 1.
-  *result = CPOSNumber::New(std::strtod(text, nullptr));
+  *result = CPOSNumber::New(ParseNumberText(text, length));
 }
 
 void ReadString(CPOSObject* result, TypeAStreamer&, ICharStream& in) {
   GrowingBlock block(kInitialUnits);
   uint64_t length = 0;
-  char c;
-  while (in.GetChar(&c)) {
+  for (;;) {
+    length += in.TakeRun(static_cast<char*>(block.Data()) + length, block.Bytes() - length);
+    if (length == block.Bytes()) {
+      block.Double();
+      continue;
+    }
+    char c;
+    if (!in.GetChar(&c)) break;
     static_cast<char*>(block.Data())[length++] = c;
     if (length == block.Bytes()) block.Double();
   }

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "pos/pos_client.h"
+#include "streamer/number_text.h"
 #include "streamer/version10.h"
 #include "streamer/version10_routines.h"
 
@@ -17,7 +18,7 @@ namespace {
 constexpr unsigned kBinDataBytesPerLine = 40;
 
 void PutText(OCharStream& out, const char* text) {
-  for (; *text != 0; ++text) out.PutChar(*text);
+  out.PutText(text, std::strlen(text));
 }
 
 }  // namespace
@@ -36,10 +37,9 @@ void WriteNumber(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
   CPOSNumber number(object);
   // 32 significant digits are more than a double needs, so every finite
   // value reads back exactly. The separator is the locale's.
-  char text[64];
-  std::snprintf(text, sizeof text, "%.32g", number.Get());
-  TrimNumberText(text);
-  PutText(out, text);
+  char text[kNumberTextSize];
+  FormatNumberText(number.Get(), text);
+  out.PutText(text, TrimNumberText(text));
 }
 
 void WriteString(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
@@ -52,9 +52,11 @@ void WriteUnicodeString(TypeAStreamer&, OCharStream& out, const CPOSObject& obje
   for (const uint16_t* unit = string.Get(); *unit != 0; ++unit) {
     // High byte in capitals, low byte in lower case: "00e9", "ABcd". Readers
     // have always relied on this look, so it stays.
-    char group[5];
-    std::snprintf(group, sizeof group, "%02X%02x", *unit >> 8, *unit & 0xFF);
-    PutText(out, group);
+    static const char kHigh[] = "0123456789ABCDEF";
+    static const char kLow[] = "0123456789abcdef";
+    const char group[4] = {kHigh[*unit >> 12], kHigh[(*unit >> 8) & 0xF], kLow[(*unit >> 4) & 0xF],
+                           kLow[*unit & 0xF]};
+    out.PutText(group, sizeof group);
   }
 }
 

@@ -1,6 +1,8 @@
 // The container categories: each judges parts of the value, or the whole
-// value again, through CheckType with a fresh error list, and copies that
-// list's lines up under a prefix that says where they came from.
+// value again, through CheckType, and puts a prefix that says where they came
+// from before the lines of each part that failed.
+#include <cstring>
+
 #include "binding/errors.h"
 #include "validator/error_text.h"
 #include "validator/number_rules.h"
@@ -10,6 +12,39 @@ namespace NPOSValidatorImpl {
 
 using MOX_T_MT::CPOSDictIterator;
 using MOX_T_MT::CPOSNumber;
+
+namespace {
+
+// A type named by a definition, through the interned text of a POS string:
+// a built-in name is told by its pointer and needs no atom; any other name
+// gets its atom at its first check, and keeps it for the next ones.
+class NamedType {
+ public:
+  explicit NamedType(const char* text) : fText(text) {}
+
+  const char* Text() const { return fText; }
+
+  // CheckType of `value` under this name.
+  int32_t Check(const StructValidator& validator, const CPOSDict& schema, const CPOSObject& value,
+                const CPOSArray& errors) {
+    switch (validator.CheckBuiltinType(fText, value, errors)) {
+      case kBuiltinValid:
+        return 0;
+      case kBuiltinInvalid:
+        return 1;
+      case kNotBuiltin:
+        break;
+    }
+    if (fAtom.IsEmpty()) fAtom = CMOXStringHolder(fText);
+    return validator.CheckType(schema, fAtom, value, errors);
+  }
+
+ private:
+  const char* fText;
+  CMOXStringHolder fAtom;
+};
+
+}  // namespace
 
 int32_t StructValidator::CheckArray(const CPOSDict& schema, const CPOSDict& definition,
                                     const CPOSObject& value, const CPOSArray& errors) const {
@@ -34,20 +69,21 @@ int32_t StructValidator::CheckArray(const CPOSDict& schema, const CPOSDict& defi
     ++count;
   }
 
-  // Member i against the type named by `memberType`, its lines under "[i]:".
-  auto checkMember = [&](int32_t i, const CPOSString& memberType) {
-    CPOSArray fresh = CPOSArray::New();
+  // Member i against `memberType`, its lines under "[i]:".
+  auto checkMember = [&](int32_t i, NamedType& memberType) {
+    const uint32_t first = errors.Count();
     CPOSObject member = array.GetAt(static_cast<uint64_t>(i));
-    const int32_t result = CheckType(schema, CMOXStringHolder(memberType.Get()), member, fresh);
+    const int32_t result = memberType.Check(*this, schema, member, errors);
     if (result != 0) {
-      PrefixErrors(errors, fresh, FormatIntoPOSString("[%d]:", i));
+      PrefixErrors(errors, first, FormatIntoPOSString("[%d]:", i));
       count += result;
     }
   };
   CPOSObject memberTypes = definition.Get(fMemberType, /*quiet=*/true);
   CPOSString homogeneous(memberTypes, /*quiet=*/true);
   if (!homogeneous.IsEmpty()) {
-    for (int32_t i = 0; i < n; ++i) checkMember(i, homogeneous);
+    NamedType memberType(homogeneous.Get());
+    for (int32_t i = 0; i < n; ++i) checkMember(i, memberType);
     return count;
   }
   CPOSArray heterogeneous(memberTypes, /*quiet=*/true);
@@ -57,7 +93,9 @@ int32_t StructValidator::CheckArray(const CPOSDict& schema, const CPOSDict& defi
       return count + 1;
     }
     for (int32_t i = 0; i < n; ++i) {
-      checkMember(i, CPOSString(heterogeneous.GetAt(static_cast<uint64_t>(i))));
+      CPOSString name(heterogeneous.GetAt(static_cast<uint64_t>(i)));
+      NamedType memberType(name.Get());
+      checkMember(i, memberType);
     }
   }
   // Without a "membertype" any members will do.
@@ -74,9 +112,19 @@ int32_t StructValidator::CheckDict(const CPOSDict& schema, const CPOSDict& defin
   int32_t count = 0;
   CPOSDict required(definition.Get(fRequired, /*quiet=*/true), /*quiet=*/true);
   if (!required.IsEmpty()) {
+    // Both dictionaries hold their keys in ascending order: one pass over the
+    // value's keys finds every required one, with no lookup and no atom.
+    CPOSDictIterator present(dict);
+    auto isPresent = [&present](const char* key) {
+      for (; !present.IsDone(); present.Next()) {
+        const int order = std::strcmp(present.CurKey(), key);
+        if (order >= 0) return order == 0;
+      }
+      return false;
+    };
     for (CPOSDictIterator it(required); !it.IsDone(); it.Next()) {
       const char* key = it.CurKey();
-      if (dict.Has(key)) continue;
+      if (isPresent(key)) continue;
       errors.Append(FormatIntoPOSString("Missing required member %s", key));
       ++count;
     }
@@ -84,22 +132,26 @@ int32_t StructValidator::CheckDict(const CPOSDict& schema, const CPOSDict& defin
   // A member missing: no member is examined at all.
   if (count > 0) return count;
 
-  CPOSString keyType(definition.Get(fKeyType, /*quiet=*/true), /*quiet=*/true);
-  CPOSString valueType(definition.Get(fValueType, /*quiet=*/true), /*quiet=*/true);
+  CPOSString keyTypeText(definition.Get(fKeyType, /*quiet=*/true), /*quiet=*/true);
+  CPOSString valueTypeText(definition.Get(fValueType, /*quiet=*/true), /*quiet=*/true);
+  NamedType keyType(keyTypeText.IsEmpty() ? nullptr : keyTypeText.Get());
+  NamedType valueType(valueTypeText.IsEmpty() ? nullptr : valueTypeText.Get());
+  // A key read as a String passes these two without being made one.
+  const bool anyKeyPasses = keyType.Text() == fString.CString() || keyType.Text() == fAny.CString();
+  CPOSDict optional(definition.Get(fOptional, /*quiet=*/true), /*quiet=*/true);
   // One check of one member against `type`; its lines under `prefixFormat`.
-  auto check = [&](const char* prefixFormat, const char* key, const char* type,
+  auto check = [&](const char* prefixFormat, const char* key, NamedType& type,
                    const CPOSObject& checked) {
-    CPOSArray fresh = CPOSArray::New();
-    const int32_t result = CheckType(schema, CMOXStringHolder(type), checked, fresh);
+    const uint32_t first = errors.Count();
+    const int32_t result = type.Check(*this, schema, checked, errors);
     if (result > 0) {
-      PrefixErrors(errors, fresh, FormatIntoPOSString(prefixFormat, key, type));
+      PrefixErrors(errors, first, FormatIntoPOSString(prefixFormat, key, type.Text()));
       count += result;
     }
   };
   // The type that "required" or "optional" names for `key`, or an empty
-  // handle. Looked up anew for each key.
-  auto namedIn = [&](const CMOXStringHolder& list, const CMOXStringHolder& key) {
-    CPOSDict members(definition.Get(list, /*quiet=*/true), /*quiet=*/true);
+  // handle.
+  auto namedIn = [](const CPOSDict& members, const CMOXStringHolder& key) {
     if (members.IsEmpty()) return CPOSString();
     return CPOSString(members.Get(key, /*quiet=*/true), /*quiet=*/true);
   };
@@ -113,21 +165,25 @@ int32_t StructValidator::CheckDict(const CPOSDict& schema, const CPOSDict& defin
     const CMOXStringHolder key(it.CurKey());
     const CPOSObject member = dict.Get(key);
     bool seen = false;
-    if (!keyType.IsEmpty()) {
-      check("%s (key, type != %s):", key.CString(), keyType.Get(), CPOSString::New(key.CString()));
+    if (keyType.Text() != nullptr) {
+      if (!anyKeyPasses) {
+        check("%s (key, type != %s):", key.CString(), keyType, CPOSString::New(key.CString()));
+      }
       seen = true;
     }
-    if (!valueType.IsEmpty()) {
-      check("%s (value, type != %s):", key.CString(), valueType.Get(), member);
+    if (valueType.Text() != nullptr) {
+      check("%s (value, type != %s):", key.CString(), valueType, member);
     }
-    CPOSString requiredType = namedIn(fRequired, key);
-    if (!requiredType.IsEmpty()) {
-      check("%s (required, type != %s):", key.CString(), requiredType.Get(), member);
+    CPOSString requiredName = namedIn(required, key);
+    if (!requiredName.IsEmpty()) {
+      NamedType requiredType(requiredName.Get());
+      check("%s (required, type != %s):", key.CString(), requiredType, member);
       seen = true;
     }
-    CPOSString optionalType = namedIn(fOptional, key);
-    if (!optionalType.IsEmpty()) {
-      check("%s (optional, type != %s):", key.CString(), optionalType.Get(), member);
+    CPOSString optionalName = namedIn(optional, key);
+    if (!optionalName.IsEmpty()) {
+      NamedType optionalType(optionalName.Get());
+      check("%s (optional, type != %s):", key.CString(), optionalType, member);
       seen = true;
     }
     if (!seen) {
@@ -142,18 +198,21 @@ int32_t StructValidator::CheckUnion(const CPOSDict& schema, const CPOSDict& defi
                                     const CPOSObject& value, const CPOSArray& errors) const {
   CPOSArray members(definition.Get(fSet, /*quiet=*/true), /*quiet=*/true);
   const uint32_t m = members.IsEmpty() ? 0 : members.Count();
-  CPOSArray tried = CPOSArray::New();
+  const uint32_t first = errors.Count();
   for (uint32_t i = 0; i < m; ++i) {
-    CPOSArray fresh = CPOSArray::New();
     CPOSString name(members.GetAt(i));
-    const int32_t result = CheckType(schema, CMOXStringHolder(name.Get()), value, fresh);
+    const uint32_t tried = errors.Count();
+    const int32_t result = NamedType(name.Get()).Check(*this, schema, value, errors);
     // The first member that fits wins; what the others said is dropped.
-    if (result == 0) return 0;
-    PrefixErrors(tried, fresh, FormatIntoPOSString("Trying %s:", name.Get()));
+    if (result == 0) {
+      DropErrors(errors, first);
+      return 0;
+    }
+    PrefixErrors(errors, tried, FormatIntoPOSString("Trying %s:", name.Get()));
   }
   // One error however many members failed; with no member at all, one error
   // and no line.
-  PrefixErrors(errors, tried, CPOSString::New("Not a valid union type:"));
+  PrefixErrors(errors, first, CPOSString::New("Not a valid union type:"));
   return 1;
 }
 
@@ -164,11 +223,11 @@ int32_t StructValidator::CheckIntersection(const CPOSDict& schema, const CPOSDic
   int32_t count = 0;
   // Every member is tried, also after a failure.
   for (uint32_t i = 0; i < members.Count(); ++i) {
-    CPOSArray fresh = CPOSArray::New();
     CPOSString name(members.GetAt(i));
-    const int32_t result = CheckType(schema, CMOXStringHolder(name.Get()), value, fresh);
+    const uint32_t first = errors.Count();
+    const int32_t result = NamedType(name.Get()).Check(*this, schema, value, errors);
     if (result > 0) {
-      PrefixErrors(errors, fresh, FormatIntoPOSString("Failed intersection type %s:", name.Get()));
+      PrefixErrors(errors, first, FormatIntoPOSString("Failed intersection type %s:", name.Get()));
       count += result;
     }
   }

@@ -14,10 +14,8 @@ using MOX_T_MT::CPOSNumber;
 using MOX_T_MT::CPOSRawPointer;
 using MOX_T_MT::CPOSUnicodeString;
 
-BuiltinResult StructValidator::CheckBuiltinType(const CMOXStringHolder& typeName,
-                                                const CPOSObject& value,
+BuiltinResult StructValidator::CheckBuiltinType(const char* name, const CPOSObject& value,
                                                 const CPOSArray& errors) const {
-  const char* const name = typeName.CString();
   // Checks one class; the line when the value is of another.
   auto expect = [&](bool isOfClass, const char* line) {
     if (isOfClass) return kBuiltinValid;
@@ -33,9 +31,10 @@ BuiltinResult StructValidator::CheckBuiltinType(const CMOXStringHolder& typeName
     }
     CPOSString text(value, /*quiet=*/true);
     if (!text.IsEmpty()) {
-      // Case-sensitive: the atom of the text is one of the two keywords.
-      CMOXStringHolder atom(text.Get());
-      return expect(atom.CString() == fTrue.CString() || atom.CString() == fFalse.CString(),
+      // Case-sensitive: the String's interned text is one of the two
+      // keywords' own.
+      const char* const word = text.Get();
+      return expect(word == fTrue.CString() || word == fFalse.CString(),
                     "BOOL was not a valid string (true/false)");
     }
     return expect(false, "Expected BOOL was of invalid type");
@@ -86,8 +85,9 @@ int32_t StructValidator::CheckDefinedType(const CPOSDict& schema, const CMOXStri
         FormatIntoPOSString("Malformed schema definition for %s, no category", typeName.CString());
     throw TOVFormattedException(CMOXStringHolder(message.Get()));
   }
-  const CMOXStringHolder category(categoryText.Get());
-  const char* const word = category.CString();
+  // A String's text is interned: it is the keyword's own text when the
+  // words are equal.
+  const char* const word = categoryText.Get();
 
   const bool number = word == fInt.CString() || word == fReal.CString();
   const bool scalar = number || word == fString.CString() || word == fUnicodeString.CString() ||
@@ -96,7 +96,7 @@ int32_t StructValidator::CheckDefinedType(const CPOSDict& schema, const CMOXStri
                       word == fMOXErrorObjRef.CString();
   if (scalar) {
     // The class first: limits are never tested on a value of another class.
-    if (CheckBuiltinType(category, value, errors) != kBuiltinValid) return 1;
+    if (CheckBuiltinType(word, value, errors) != kBuiltinValid) return 1;
     if (number) return CheckNumberLimits(definition, value, errors);
     if (word == fString.CString()) return CheckStringLimits(definition, value, errors);
     if (word == fUnicodeString.CString())

@@ -39,11 +39,15 @@ CPOSString FormatIntoPOSString(const char* format, ...) {
   return CPOSString::New(buffer.fText);
 }
 
-void PrefixErrors(const CPOSArray& destination, const CPOSArray& source, const CPOSString& prefix) {
-  for (uint32_t i = 0; i < source.Count(); ++i) {
-    CPOSString line(source.GetAt(i));
-    destination.Append(FormatIntoPOSString("%s %s", prefix.Get(), line.Get()));
+void PrefixErrors(const CPOSArray& lines, uint32_t first, const CPOSString& prefix) {
+  for (uint32_t i = first; i < lines.Count(); ++i) {
+    CPOSString line(lines.GetAt(i));
+    lines.SetAt(i, FormatIntoPOSString("%s %s", prefix.Get(), line.Get()));
   }
+}
+
+void DropErrors(const CPOSArray& lines, uint32_t first) {
+  for (uint32_t count = lines.Count(); count > first; --count) lines.Remove(count - 1);
 }
 
 }  // namespace NPOSValidatorImpl

@@ -1,8 +1,8 @@
 // How the validator makes its lines. A line is zero or more prefixes, each
 // followed by one blank, then one message; the outermost prefix comes first.
-// Lines move up the walk only through PrefixErrors, which formats each line
-// anew under the prefix of the level it passes, so one deep fault becomes one
-// line with its whole path.
+// Lines get their path only through PrefixErrors, which formats each line
+// anew under the prefix of each level it passes, so one deep fault becomes
+// one line with its whole path.
 #ifndef MOXUTILS_VALIDATOR_ERROR_TEXT_H_
 #define MOXUTILS_VALIDATOR_ERROR_TEXT_H_
 
@@ -25,11 +25,17 @@ constexpr size_t kFormatLimit = 1024;
 MOX_T_MT::CPOSString FormatIntoPOSString(const char* format, ...)
     __attribute__((format(printf, 1, 2)));
 
-// Appends to `destination`, in order, each line of `source` as "prefix line".
-// The source's count is read anew before each line. An empty source adds
-// nothing. A member that is not a String raises its downcast text.
-void PrefixErrors(const MOX_T_MT::CPOSArray& destination, const MOX_T_MT::CPOSArray& source,
+// Makes each line of `lines` from index `first` on "prefix line", in place
+// and in order: a level of the walk gathers its children's lines in the list
+// of its own and puts its prefix before those of each child that failed. The
+// count is read anew before each line. A member that is not a String raises
+// its downcast text.
+void PrefixErrors(const MOX_T_MT::CPOSArray& lines, uint32_t first,
                   const MOX_T_MT::CPOSString& prefix);
+
+// Removes the lines from index `first` on: what the tried members of a union
+// said, once one of them fits.
+void DropErrors(const MOX_T_MT::CPOSArray& lines, uint32_t first);
 
 // A TOVException whose text was made at run time: it holds a reference to the
 // atom of that text, so what() stays valid for as long as the exception lives,

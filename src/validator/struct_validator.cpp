@@ -78,7 +78,7 @@ int32_t StructValidator::CheckType(const CPOSDict& schema, const CMOXStringHolde
   // holds itself), and values may nest deeply: end the walk with an
   // exception while there is stack left to unwind through.
   MOX_T_MT::CheckStackReserve();
-  switch (CheckBuiltinType(typeName, value, errors)) {
+  switch (CheckBuiltinType(typeName.CString(), value, errors)) {
     case kBuiltinValid:
       return 0;
     case kBuiltinInvalid:

@@ -126,7 +126,9 @@ class StructValidator : public BaseValidator {
                         void* clientData);
 
   // The walk. Each returns the number of errors (never negative), appending
-  // one line per fault to `errors`; a schema fault raises instead.
+  // one line per fault to `errors` and none when it returns 0; a schema
+  // fault raises instead. A container category gathers its children's lines
+  // in the same list and puts its prefixes before them there.
   //
   // CheckType: built-in names first, then the schema's definition, then the
   // callback of the name if the structure passed. Every recursion of the walk
@@ -134,8 +136,9 @@ class StructValidator : public BaseValidator {
   // short.
   int32_t CheckType(const CPOSDict& schema, const CMOXStringHolder& typeName,
                     const CPOSObject& value, const CPOSArray& errors) const;
-  // The eleven built-in names, with no schema.
-  BuiltinResult CheckBuiltinType(const CMOXStringHolder& typeName, const CPOSObject& value,
+  // The eleven built-in names, with no schema. `typeName` is an interned
+  // text, compared by its pointer.
+  BuiltinResult CheckBuiltinType(const char* typeName, const CPOSObject& value,
                                  const CPOSArray& errors) const;
   // The definition of `typeName` in `schema`, by its category.
   int32_t CheckDefinedType(const CPOSDict& schema, const CMOXStringHolder& typeName,

@@ -77,10 +77,12 @@ TEST_F(Dicts, StaysABalancedSearchTreeUnderRandomPutAndRemove) {
   for (int i = 0; i < 8; ++i) numbers[i] = p.Keep(p.posNumber.NewPOSNumber(i));
   // Short keys from a small alphabet: many repeats, many absent removals,
   // and bytes above 0x7F, which sort after ASCII. Phases of mostly inserting
-  // and mostly removing, so the tree both grows and thins out.
+  // and mostly removing, so the tree both grows and thins out. Keys that
+  // share their first seven, eight or more bytes order by what follows.
   const std::string alphabet = "aBb\xc3_";
+  const char* const prefixes[] = {"", "", "seven__", "eight___", "\xc3longer_than_eight"};
   for (int round = 0; round < 6000; ++round) {
-    std::string key;
+    std::string key = prefixes[random() % 5];
     for (int n = random() % 4; n > 0; --n) key += alphabet[random() % alphabet.size()];
     if ((round / 1000) % 2 == 0 ? random() % 4 != 0 : random() % 4 == 0) {
       const int value = random() % 8;
