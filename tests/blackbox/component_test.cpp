@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "POSStreamerProcs.h"
+#include "blackbox/foreign_library.h"
 #include "blackbox/pos_procs.h"
 #include "moxhost/runtime.h"
 #include "support/live_counts.h"
@@ -21,7 +22,6 @@ namespace moxtest {
 namespace {
 
 using moxhost::Runtime;
-using Strings = std::vector<std::string>;
 
 template <typename Proc>
 Proc Lookup(const char* interfaceName, const char* method, const char* procType) {
@@ -34,31 +34,8 @@ void CountRelease(void*) {
   ++gReleaseCalls;
 }
 
-class ForeignComponent : public ::testing::Test {
+class ForeignComponent : public ForeignLibrary {
  protected:
-  void SetUp() override {
-    Runtime::Get().ClearFaults();
-    Runtime::Get().ClearReports();
-    loaded_ = Runtime::Get().Counts();
-    std::string error;
-    library_.reset(moxhost::LoadedLibrary::Open(
-        moxhost::LoadedLibrary::Locate({MOX_BUILT_LIBRARY_DIR}), &error));
-    ASSERT_NE(library_, nullptr) << error;
-    ASSERT_TRUE(library_->Start());
-    ASSERT_TRUE(p.Load(Runtime::LookupProc()));
-    // The library keeps one method table per signature from the first use on.
-    MOXContainer warm = p.Keep(p.posDict.NewPOSDict());
-    p.Put(warm, "k", p.posNumber.NewPOSNumber(0));
-    p.container.Release(warm);
-    started_ = Runtime::Get().Counts();
-  }
-  void TearDown() override {
-    if (library_ == nullptr) return;
-    EXPECT_EQ(CountsDiff(started_, Runtime::Get().Counts()), "");
-    library_.reset();
-    EXPECT_EQ(CountsDiff(loaded_, Runtime::Get().Counts()), "");
-  }
-
   Strings Keys(MOXContainer dict) {
     Strings keys;
     MOXContainer it = p.posDictIterator.NewPOSDictIterator(dict);
@@ -69,11 +46,6 @@ class ForeignComponent : public ::testing::Test {
     p.container.Release(it);
     return keys;
   }
-
-  POSProcs p;
-  std::unique_ptr<moxhost::LoadedLibrary> library_;
-  moxhost::LiveCounts loaded_;
-  moxhost::LiveCounts started_;
 };
 
 // Every handle a method returns is unowned, and getters borrow: the counts

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "blackbox/foreign_library.h"
 #include "blackbox/pos_procs.h"
 #include "moxhost/runtime.h"
 #include "support/live_counts.h"
@@ -56,19 +57,12 @@ struct StreamMethods {
   }
 };
 
-class ForeignFileUtils : public ::testing::Test {
+class ForeignFileUtils : public ForeignLibrary {
  protected:
   void SetUp() override {
-    Runtime::Get().ClearFaults();
-    Runtime::Get().ClearReports();
     scratch_ = std::make_unique<ScratchDir>();
-    loaded_ = Runtime::Get().Counts();
-    std::string error;
-    library_.reset(moxhost::LoadedLibrary::Open(
-        moxhost::LoadedLibrary::Locate({MOX_BUILT_LIBRARY_DIR}), &error));
-    ASSERT_NE(library_, nullptr) << error;
-    ASSERT_TRUE(library_->Start());
-    ASSERT_TRUE(p.Load(Runtime::LookupProc()));
+    ForeignLibrary::SetUp();
+    if (HasFatalFailure()) return;
     // The library keeps one method table per stream signature from the first
     // use on: a stream, a copy and their ends fill them.
     MOXContainer warm = nullptr;
@@ -82,11 +76,7 @@ class ForeignFileUtils : public ::testing::Test {
     started_ = Runtime::Get().Counts();
   }
   void TearDown() override {
-    if (library_ != nullptr) {
-      EXPECT_EQ(CountsDiff(started_, Runtime::Get().Counts()), "");
-      library_.reset();
-      EXPECT_EQ(CountsDiff(loaded_, Runtime::Get().Counts()), "");
-    }
+    ForeignLibrary::TearDown();
     EXPECT_EQ(Runtime::Get().Reports(), Names{});
     EXPECT_EQ(scratch_->Entries(), Names{}) << "left behind in " << scratch_->Path();
     scratch_.reset();
@@ -103,11 +93,7 @@ class ForeignFileUtils : public ::testing::Test {
     return bytes;
   }
 
-  POSProcs p;
   std::unique_ptr<ScratchDir> scratch_;
-  std::unique_ptr<moxhost::LoadedLibrary> library_;
-  moxhost::LiveCounts loaded_;
-  moxhost::LiveCounts started_;
 };
 
 TEST_F(ForeignFileUtils, AFactoryStreamIsWrittenAndReadBackThroughACopyThatOutlivesIt) {
