@@ -12,6 +12,8 @@
 #include <cstring>
 #include <memory>
 
+#include "POSProcs.h"
+#include "binding/method_rows.h"
 #include "binding/stack_guard.h"
 #include "pos/array.h"
 #include "pos/dict.h"
@@ -20,6 +22,12 @@
 #include "pos/unicode_bindata_rawpointer.h"
 
 namespace NPOSObjectImpl {
+
+// The entries of POSObjectInterface (pos_interfaces.cpp).
+namespace POSObjectEntries {
+MOXContainer Clone(MOXContainer object);
+bool IsEqual(MOXContainer object, MOXContainer other);
+}  // namespace POSObjectEntries
 
 namespace {
 
@@ -30,6 +38,40 @@ struct DeleteBaseObject {
 };
 template <class T>
 using PendingClone = std::unique_ptr<T, DeleteBaseObject>;
+
+// The member's object when the member's table holds this library's own entry
+// `entry` in slot kSlot, else null. A member of our own is then asked
+// directly, as that entry would ask it, with the same guard around the call:
+// the same results and the same reports, without the call through the
+// table, and for IsEqual without looking up the other member's table again.
+template <auto kSlot, class Entry>
+BaseObject* OwnMember(const CPOSObject& member, Entry entry) {
+  void** procs = member.Procs();
+  if (procs == nullptr || MOXProcAt<kSlot>(procs) != entry) return nullptr;
+  return ResolveBaseObject(member.Container());
+}
+
+// mine.IsEqual(theirs). An empty other goes the long way, whose entry
+// reports it.
+bool MembersEqual(const CPOSObject& mine, const CPOSObject& theirs) {
+  BaseObject* self = theirs.IsEmpty() ? nullptr
+                                      : OwnMember<MOX_T_MT::POSObjectSlots::IsEqual>(
+                                            mine, &POSObjectEntries::IsEqual);
+  if (self == nullptr) return mine.IsEqual(theirs);
+  return EntryGuard<bool>([&] { return self->IsEqual(theirs); });
+}
+
+// member.Clone().
+CPOSObject CloneMember(const CPOSObject& member) {
+  BaseObject* source = OwnMember<MOX_T_MT::POSObjectSlots::Clone>(member, &POSObjectEntries::Clone);
+  if (source == nullptr) return member.Clone();
+  // An immutable object is its own clone: the same container, one more
+  // reference, the same table.
+  if (source->Class() != ObjectClass::kArray && source->Class() != ObjectClass::kDict) {
+    return member;
+  }
+  return member.Clone();
+}
 
 }  // namespace
 
@@ -90,7 +132,7 @@ BaseObject* Array::Clone() {
       ++copy->fCount;
       continue;
     }
-    copy->Append(fData[i].Clone());
+    copy->Append(CloneMember(fData[i]));
   }
   return copy.release();
 }
@@ -107,7 +149,7 @@ bool Array::IsEqual(const CPOSObject& other) {
       if (mine.IsEmpty() != theirs.IsEmpty()) return false;
       continue;
     }
-    if (!mine.IsEqual(theirs)) return false;
+    if (!MembersEqual(mine, theirs)) return false;
   }
   return true;
 }
@@ -117,9 +159,9 @@ bool Array::IsEqual(const CPOSObject& other) {
 BaseObject* Dict::Clone() {
   MOX_T_MT::CheckStackReserve();
   PendingClone<Dict> copy(new Dict());
-  for (ConstDictIterator it(fTree); !it.IsDone(); it.Next()) {
+  for (ConstDictIterator it(&fTree); !it.IsDone(); it.Next()) {
     DictNode* node = it.Current();
-    copy->InsertValue(node->fKey, node->fValue.Clone());
+    copy->InsertValue(node->fKey, CloneMember(node->fValue));
   }
   return copy.release();
 }
@@ -128,11 +170,11 @@ bool Dict::IsEqual(const CPOSObject& other) {
   MOX_T_MT::CheckStackReserve();
   const Dict* dict = TryFromContainer<Dict>(other.Container());
   if (dict == nullptr) return false;
-  for (ConstDictIterator it(fTree); !it.IsDone(); it.Next()) {
+  for (ConstDictIterator it(&fTree); !it.IsDone(); it.Next()) {
     DictNode* node = it.Current();
-    DictNode* match = dict->fTree->Find(node->Key());
+    DictNode* match = dict->fTree.Find(node->Key());
     if (match == nullptr) return false;
-    if (!node->fValue.IsEqual(match->fValue)) return false;
+    if (!MembersEqual(node->fValue, match->fValue)) return false;
   }
   return true;
 }

@@ -92,14 +92,13 @@ void ReleaseSlotBlock(CPOSObject* slots, uint32_t capacity) noexcept {
 
 void ReleaseDictTree(DictTree* tree) noexcept {
   ReleaseScope scope;
-  if (!MOX_T_MT::HasStackReserve()) {
-    DictNode* root = tree->TakeRoot();
-    if (root != nullptr) {
-      root->fParent = tRoots;
-      tRoots = root;
-    }
+  DictNode* root = tree->TakeRoot();
+  if (MOX_T_MT::HasStackReserve()) {
+    DictTree::DeleteNodes(root);
+  } else if (root != nullptr) {
+    root->fParent = tRoots;
+    tRoots = root;
   }
-  delete tree;
 }
 
 }  // namespace NPOSObjectImpl

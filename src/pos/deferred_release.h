@@ -33,9 +33,9 @@ namespace NPOSObjectImpl {
 // stack's reserve later, before the outermost release on this thread ends.
 void ReleaseSlotBlock(MOX_T_MT::CPOSObject* slots, uint32_t capacity) noexcept;
 
-// Deletes `tree` and its nodes, releasing each node's value and key in the
-// tree's post-order — now, or past the stack's reserve later, in the same
-// way.
+// Deletes the nodes of `tree`, leaving it empty, releasing each node's value
+// and key in the tree's post-order — now, or past the stack's reserve later,
+// in the same way.
 void ReleaseDictTree(DictTree* tree) noexcept;
 
 }  // namespace NPOSObjectImpl

@@ -6,50 +6,46 @@
 
 namespace NPOSObjectImpl {
 
-Dict::Dict() : fTree(new DictTree()) {}
+Dict::Dict() {}
 
-Dict::Dict(const Dict& other) : BaseObject(other), fTree(new DictTree()) {
-  try {
-    for (DictNode* node = other.fTree->First(); node != nullptr; node = DictTree::Next(node)) {
-      InsertValue(node->fKey, node->fValue);
-    }
-  } catch (...) {
-    delete fTree;
-    throw;
+Dict::Dict(const Dict& other) : BaseObject(other) {
+  // A throw deletes the nodes inserted so far with the tree.
+  for (DictNode* node = other.fTree.First(); node != nullptr; node = DictTree::Next(node)) {
+    InsertValue(node->fKey, node->fValue);
   }
 }
 
 Dict& Dict::operator=(const Dict& other) {
   if (this != &other) {
     Dict copy(other);
-    std::swap(fTree, copy.fTree);
+    fTree.Swap(copy.fTree);
   }
   return *this;
 }
 
 Dict::~Dict() {
   // The values may be trees of any depth (deferred_release.h).
-  ReleaseDictTree(fTree);
+  ReleaseDictTree(&fTree);
 }
 
 CPOSObject Dict::LookupValue(const char* key, bool quiet) const {
-  DictNode* node = fTree->Find(key);
+  DictNode* node = fTree.Find(key);
   if (node != nullptr) return node->fValue;
   if (!quiet) throw POSException("Dict::Get lookup failed");
   return CPOSObject();
 }
 
 void Dict::InsertValue(const CMOXStringHolder& key, const CPOSObject& value) {
-  DictNode* node = fTree->Find(key.CString());
+  DictNode* node = fTree.Find(key.CString());
   if (node != nullptr) {
     node->fValue = value;
     return;
   }
-  fTree->Insert(DictNode::New(key, value));
+  fTree.Insert(DictNode::New(key, value));
 }
 
 void Dict::EraseKey(const char* key) {
-  DictNode* node = fTree->Unlink(key);
+  DictNode* node = fTree.Unlink(key);
   if (node != nullptr) DictNode::Delete(node);
 }
 

@@ -42,10 +42,12 @@ class Dict final : public BaseObject {
   // Removes `key`; an absent key changes nothing but the shape of the tree.
   void EraseKey(const char* key);
 
-  DictTree* Tree() const { return fTree; }
+  DictTree* Tree() const { return &fTree; }
 
  private:
-  DictTree* fTree;
+  // In the object itself: one allocation less for each dictionary, and one
+  // pointer less between the object and its first node on every walk.
+  mutable DictTree fTree;
 };
 
 }  // namespace NPOSObjectImpl

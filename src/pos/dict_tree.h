@@ -75,6 +75,12 @@ class DictTree {
     fRoot = nullptr;
     return root;
   }
+  // Exchanges the nodes of the two trees.
+  void Swap(DictTree& other) noexcept {
+    DictNode* root = fRoot;
+    fRoot = other.fRoot;
+    other.fRoot = root;
+  }
   // Deletes every node under and including `root` (whose parent must be
   // null), in post-order, without recursion.
   static void DeleteNodes(DictNode* root) noexcept;

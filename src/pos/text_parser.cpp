@@ -95,34 +95,48 @@ CPOSObject ParseScalar(const char*& cursor) {
   return CPOSObject();
 }
 
-CPOSObject ParseObject(const char*& cursor, const CPOSObject* enclosing);
+// The container being filled, held as what it is: each member goes in
+// without asking the container's class again.
+struct Enclosing {
+  const CPOSArray* array;  // null for a Dict
+  const CPOSDict* dict;    // null for an Array
+};
+
+CPOSObject ParseObject(const char*& cursor, const Enclosing* enclosing);
 
 // Reads a container's contents after its opening bracket; the result is the
 // container.
-CPOSObject ParseContainer(const char*& cursor, const CPOSObject& container) {
+CPOSObject ParseArray(const char*& cursor) {
+  const CPOSArray array = CPOSArray::New();
+  const Enclosing enclosing{&array, nullptr};
   ++cursor;
-  return ParseObject(cursor, &container);
+  return ParseObject(cursor, &enclosing);
+}
+
+CPOSObject ParseDict(const char*& cursor) {
+  const CPOSDict dict = CPOSDict::New();
+  const Enclosing enclosing{nullptr, &dict};
+  ++cursor;
+  return ParseObject(cursor, &enclosing);
 }
 
 // Adds `current` to the container being filled: appended to an Array, or
 // taken as a key whose value is read next, for a Dict.
-void AddToEnclosing(const char*& cursor, const CPOSObject& enclosing, const CPOSObject& current) {
-  CPOSArray array(enclosing, /*quiet=*/true);
-  if (!array.IsEmpty()) {
-    array.Append(current);
+void AddToEnclosing(const char*& cursor, const Enclosing& enclosing, const CPOSObject& current) {
+  if (enclosing.array != nullptr) {
+    enclosing.array->Append(current);
     return;
   }
-  CPOSDict dict(enclosing, /*quiet=*/true);
-  if (dict.IsEmpty()) throw CFTParseError(kBadParserState);
+  if (enclosing.dict == nullptr) throw CFTParseError(kBadParserState);
   CPOSString key(current, /*quiet=*/true);
   if (key.IsEmpty()) throw CFTParseError(kExpectedKey);
   const char* const keyText = key.Get();
   const CPOSObject value = ParseObject(cursor, nullptr);
   // Put replaces: of a key given twice, the last value stays.
-  dict.Put(keyText, value);
+  enclosing.dict->Put(keyText, value);
 }
 
-CPOSObject ParseObject(const char*& cursor, const CPOSObject* enclosing) {
+CPOSObject ParseObject(const char*& cursor, const Enclosing* enclosing) {
   // Each level of nesting is a level of this recursion. Too deep for the
   // stack is no syntax error: it passes ParseDocument and is reported.
   MOX_T_MT::CheckStackReserve();
@@ -133,16 +147,16 @@ CPOSObject ParseObject(const char*& cursor, const CPOSObject* enclosing) {
       ++cursor;
     } else if (c == ']' || c == '>') {
       ++cursor;
-      const bool closes =
-          enclosing != nullptr && (c == ']' ? CPOSArray::Is(*enclosing) : CPOSDict::Is(*enclosing));
+      const bool closes = enclosing != nullptr &&
+                          (c == ']' ? enclosing->array != nullptr : enclosing->dict != nullptr);
       if (!closes) throw CFTParseError(c == ']' ? kUnexpectedBracket : kUnexpectedAngle);
-      return *enclosing;
+      return c == ']' ? CPOSObject(*enclosing->array) : CPOSObject(*enclosing->dict);
     } else {
       CPOSObject current;
       if (c == '<') {
-        current = ParseContainer(cursor, CPOSDict::New());
+        current = ParseDict(cursor);
       } else if (c == '[') {
-        current = ParseContainer(cursor, CPOSArray::New());
+        current = ParseArray(cursor);
       } else {
         current = ParseScalar(cursor);
         if (current.IsEmpty()) throw CFTParseError(kUnexpectedCharacter);
