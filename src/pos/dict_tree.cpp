@@ -219,11 +219,14 @@ DictNode* DictTree::First() const {
 DictNode* DictTree::Next(DictNode* node) {
   if (node == nullptr) return nullptr;
   if (node->fRight != nullptr) return Leftmost(node->fRight);
-  // Climb until a key above the starting one: the keys tell from which side
-  // the walk came.
-  const char* start = node->Key();
+  // Climb while coming up from a right child: the first parent reached from
+  // its left side holds the next key. The links tell the side as surely as
+  // the keys, and keys with a long common start (the many "profile_..." or
+  // "in_reply_to_..." of one record) would cost a strcmp at every step.
+  DictNode* child = node;
   DictNode* candidate = node->fParent;
-  while (candidate != nullptr && CompareKey(start, node->fKeyPrefix, candidate) > 0) {
+  while (candidate != nullptr && candidate->fRight == child) {
+    child = candidate;
     candidate = candidate->fParent;
   }
   return candidate;

@@ -63,7 +63,7 @@ class DictTree {
   DictNode* Unlink(const char* key);
 
   // In-order walk: the first node, and the node after `node` (null past the
-  // end). Next climbs by comparing keys, not by child links.
+  // end). Next climbs by the child links.
   DictNode* First() const;
   static DictNode* Next(DictNode* node);
 

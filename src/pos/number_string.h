@@ -44,6 +44,9 @@ class String final : public BaseObject {
   ObjectClass Class() const override { return kClass; }
 
   const char* Text() const { return fText.CString(); }
+  // The interned text itself, for a reader that needs the atom of a name it
+  // found in a String.
+  const CMOXStringHolder& Atom() const { return fText; }
 
  private:
   const CMOXStringHolder fText;

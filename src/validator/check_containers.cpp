@@ -6,41 +6,35 @@
 #include "binding/errors.h"
 #include "validator/error_text.h"
 #include "validator/number_rules.h"
+#include "validator/own_objects.h"
 #include "validator/struct_validator.h"
 
 namespace NPOSValidatorImpl {
 
-using MOX_T_MT::CPOSDictIterator;
 using MOX_T_MT::CPOSNumber;
+using NPOSObjectImpl::DictNode;
+using NPOSObjectImpl::DictTree;
 
 namespace {
 
-// A type named by a definition, through the interned text of a POS string:
-// a built-in name is told by its pointer and needs no atom; any other name
-// gets its atom at its first check, and keeps it for the next ones.
+// A type named by a definition, with the atom its String already holds: a
+// name costs no new atom however many members it checks.
 class NamedType {
  public:
-  explicit NamedType(const char* text) : fText(text) {}
+  // No type named.
+  NamedType() = default;
+  explicit NamedType(const CPOSString& name) : fAtom(OwnAtom(name)) {}
 
-  const char* Text() const { return fText; }
+  bool IsNamed() const { return !fAtom.IsEmpty(); }
+  const char* Text() const { return fAtom.CString(); }
 
   // CheckType of `value` under this name.
   int32_t Check(const StructValidator& validator, const CPOSDict& schema, const CPOSObject& value,
-                const CPOSArray& errors) {
-    switch (validator.CheckBuiltinType(fText, value, errors)) {
-      case kBuiltinValid:
-        return 0;
-      case kBuiltinInvalid:
-        return 1;
-      case kNotBuiltin:
-        break;
-    }
-    if (fAtom.IsEmpty()) fAtom = CMOXStringHolder(fText);
+                const CPOSArray& errors) const {
     return validator.CheckType(schema, fAtom, value, errors);
   }
 
  private:
-  const char* fText;
   CMOXStringHolder fAtom;
 };
 
@@ -70,7 +64,7 @@ int32_t StructValidator::CheckArray(const CPOSDict& schema, const CPOSDict& defi
   }
 
   // Member i against `memberType`, its lines under "[i]:".
-  auto checkMember = [&](int32_t i, NamedType& memberType) {
+  auto checkMember = [&](int32_t i, const NamedType& memberType) {
     const uint32_t first = errors.Count();
     CPOSObject member = array.GetAt(static_cast<uint64_t>(i));
     const int32_t result = memberType.Check(*this, schema, member, errors);
@@ -82,7 +76,7 @@ int32_t StructValidator::CheckArray(const CPOSDict& schema, const CPOSDict& defi
   CPOSObject memberTypes = definition.Get(fMemberType, /*quiet=*/true);
   CPOSString homogeneous(memberTypes, /*quiet=*/true);
   if (!homogeneous.IsEmpty()) {
-    NamedType memberType(homogeneous.Get());
+    const NamedType memberType(homogeneous);
     for (int32_t i = 0; i < n; ++i) checkMember(i, memberType);
     return count;
   }
@@ -93,9 +87,7 @@ int32_t StructValidator::CheckArray(const CPOSDict& schema, const CPOSDict& defi
       return count + 1;
     }
     for (int32_t i = 0; i < n; ++i) {
-      CPOSString name(heterogeneous.GetAt(static_cast<uint64_t>(i)));
-      NamedType memberType(name.Get());
-      checkMember(i, memberType);
+      checkMember(i, NamedType(CPOSString(heterogeneous.GetAt(static_cast<uint64_t>(i)))));
     }
   }
   // Without a "membertype" any members will do.
@@ -109,23 +101,23 @@ int32_t StructValidator::CheckDict(const CPOSDict& schema, const CPOSDict& defin
     AppendLine(errors, "Dict object expected");
     return 1;
   }
+  DictTree& members = OwnTree(dict);
   int32_t count = 0;
   CPOSDict required(definition.Get(fRequired, /*quiet=*/true), /*quiet=*/true);
   if (!required.IsEmpty()) {
     // Both dictionaries hold their keys in ascending order: one pass over the
     // value's keys finds every required one, with no lookup and no atom.
-    CPOSDictIterator present(dict);
+    DictNode* present = members.First();
     auto isPresent = [&present](const char* key) {
-      for (; !present.IsDone(); present.Next()) {
-        const int order = std::strcmp(present.CurKey(), key);
+      for (; present != nullptr; present = DictTree::Next(present)) {
+        const int order = std::strcmp(present->Key(), key);
         if (order >= 0) return order == 0;
       }
       return false;
     };
-    for (CPOSDictIterator it(required); !it.IsDone(); it.Next()) {
-      const char* key = it.CurKey();
-      if (isPresent(key)) continue;
-      errors.Append(FormatIntoPOSString("Missing required member %s", key));
+    for (DictNode* node = OwnTree(required).First(); node != nullptr; node = DictTree::Next(node)) {
+      if (isPresent(node->Key())) continue;
+      errors.Append(FormatIntoPOSString("Missing required member %s", node->Key()));
       ++count;
     }
   }
@@ -134,13 +126,13 @@ int32_t StructValidator::CheckDict(const CPOSDict& schema, const CPOSDict& defin
 
   CPOSString keyTypeText(definition.Get(fKeyType, /*quiet=*/true), /*quiet=*/true);
   CPOSString valueTypeText(definition.Get(fValueType, /*quiet=*/true), /*quiet=*/true);
-  NamedType keyType(keyTypeText.IsEmpty() ? nullptr : keyTypeText.Get());
-  NamedType valueType(valueTypeText.IsEmpty() ? nullptr : valueTypeText.Get());
+  const NamedType keyType = keyTypeText.IsEmpty() ? NamedType() : NamedType(keyTypeText);
+  const NamedType valueType = valueTypeText.IsEmpty() ? NamedType() : NamedType(valueTypeText);
   // A key read as a String passes these two without being made one.
   const bool anyKeyPasses = keyType.Text() == fString.CString() || keyType.Text() == fAny.CString();
   CPOSDict optional(definition.Get(fOptional, /*quiet=*/true), /*quiet=*/true);
   // One check of one member against `type`; its lines under `prefixFormat`.
-  auto check = [&](const char* prefixFormat, const char* key, NamedType& type,
+  auto check = [&](const char* prefixFormat, const char* key, const NamedType& type,
                    const CPOSObject& checked) {
     const uint32_t first = errors.Count();
     const int32_t result = type.Check(*this, schema, checked, errors);
@@ -149,40 +141,41 @@ int32_t StructValidator::CheckDict(const CPOSDict& schema, const CPOSDict& defin
       count += result;
     }
   };
-  // The type that "required" or "optional" names for `key`, or an empty
-  // handle.
-  auto namedIn = [](const CPOSDict& members, const CMOXStringHolder& key) {
-    if (members.IsEmpty()) return CPOSString();
-    return CPOSString(members.Get(key, /*quiet=*/true), /*quiet=*/true);
+  // The type that "required" or "optional" names for `key`, or no type: an
+  // absent key and a value other than a String name none.
+  auto namedIn = [](const CPOSDict& names, const char* key) {
+    if (names.IsEmpty()) return NamedType();
+    DictNode* node = OwnTree(names).Find(key);
+    if (node == nullptr) return NamedType();
+    CPOSString name(node->fValue, /*quiet=*/true);
+    return name.IsEmpty() ? NamedType() : NamedType(name);
   };
 
   // The steps don't exclude each other: a member may be checked by several,
   // and each failure gives its own lines. Only "keytype", "required" and
   // "optional" make a member known.
-  for (CPOSDictIterator it(dict); !it.IsDone(); it.Next()) {
-    // The key's own atom keeps its text for the whole step and serves the
-    // lookups below.
-    const CMOXStringHolder key(it.CurKey());
-    const CPOSObject member = dict.Get(key);
+  for (DictNode* node = members.First(); node != nullptr; node = DictTree::Next(node)) {
+    // Counted copies of the node's key and value: they stay whole through
+    // the checks, whatever a callback does to the dictionary.
+    const CMOXStringHolder key(node->fKey);
+    const CPOSObject member(node->fValue);
     bool seen = false;
-    if (keyType.Text() != nullptr) {
+    if (keyType.IsNamed()) {
       if (!anyKeyPasses) {
         check("%s (key, type != %s):", key.CString(), keyType, CPOSString::New(key.CString()));
       }
       seen = true;
     }
-    if (valueType.Text() != nullptr) {
+    if (valueType.IsNamed()) {
       check("%s (value, type != %s):", key.CString(), valueType, member);
     }
-    CPOSString requiredName = namedIn(required, key);
-    if (!requiredName.IsEmpty()) {
-      NamedType requiredType(requiredName.Get());
+    const NamedType requiredType = namedIn(required, key.CString());
+    if (requiredType.IsNamed()) {
       check("%s (required, type != %s):", key.CString(), requiredType, member);
       seen = true;
     }
-    CPOSString optionalName = namedIn(optional, key);
-    if (!optionalName.IsEmpty()) {
-      NamedType optionalType(optionalName.Get());
+    const NamedType optionalType = namedIn(optional, key.CString());
+    if (optionalType.IsNamed()) {
       check("%s (optional, type != %s):", key.CString(), optionalType, member);
       seen = true;
     }
@@ -202,7 +195,7 @@ int32_t StructValidator::CheckUnion(const CPOSDict& schema, const CPOSDict& defi
   for (uint32_t i = 0; i < m; ++i) {
     CPOSString name(members.GetAt(i));
     const uint32_t tried = errors.Count();
-    const int32_t result = NamedType(name.Get()).Check(*this, schema, value, errors);
+    const int32_t result = NamedType(name).Check(*this, schema, value, errors);
     // The first member that fits wins; what the others said is dropped.
     if (result == 0) {
       DropErrors(errors, first);
@@ -225,7 +218,7 @@ int32_t StructValidator::CheckIntersection(const CPOSDict& schema, const CPOSDic
   for (uint32_t i = 0; i < members.Count(); ++i) {
     CPOSString name(members.GetAt(i));
     const uint32_t first = errors.Count();
-    const int32_t result = NamedType(name.Get()).Check(*this, schema, value, errors);
+    const int32_t result = NamedType(name).Check(*this, schema, value, errors);
     if (result > 0) {
       PrefixErrors(errors, first, FormatIntoPOSString("Failed intersection type %s:", name.Get()));
       count += result;

@@ -109,11 +109,7 @@ class CallbackTextBuffer {
 
 int32_t StructValidator::CheckCallback(const CMOXStringHolder& typeName, const CPOSObject& value,
                                        const CPOSArray& errors, int32_t count) const {
-  const CallbackNode* node;
-  {
-    CMOXStringHolder name(typeName);
-    node = fCallbacks.Find(name.CString());
-  }
+  const CallbackNode* node = fCallbacks.Find(typeName.CString());
   // Made for every name that gets here, whether a callback exists or not.
   CallbackTextBuffer text;
   char* address = static_cast<char*>(MOXSharedBuffProcs::GetBuffer(text.fBuffer));

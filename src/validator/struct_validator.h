@@ -5,8 +5,9 @@
 // dictionaries, unions and intersections).
 //
 // Like the streamer, the validator is a client of the object model: it reads
-// schemas and values and makes its lines only through the registered
-// interfaces and the CPOS... handles.
+// schemas and values and makes its lines through the registered interfaces
+// and the CPOS... handles, except that a dictionary's members and a type
+// name's atom are read in place (own_objects.h).
 //
 // Threads: a validator does not change during a walk, so any number of
 // threads may Validate with one validator at once, each call with its own
