@@ -50,13 +50,13 @@ int32_t StructValidator::CheckArray(const CPOSDict& schema, const CPOSDict& defi
   const int32_t n = static_cast<int32_t>(array.Count());
   int32_t count = 0;
   // The length limits don't stop the member checks.
-  CPOSNumber minimum(definition.Get(fMinLen, /*quiet=*/true), /*quiet=*/true);
+  CPOSNumber minimum(OwnGet(definition, fMinLen), /*quiet=*/true);
   if (!minimum.IsEmpty() && minimum.Get() > static_cast<double>(n)) {
     errors.Append(
         FormatIntoPOSString("Array length below mininum value %d", TruncateToInt32(minimum.Get())));
     count = 1;
   }
-  CPOSNumber maximum(definition.Get(fMaxLen, /*quiet=*/true), /*quiet=*/true);
+  CPOSNumber maximum(OwnGet(definition, fMaxLen), /*quiet=*/true);
   if (!maximum.IsEmpty() && static_cast<double>(n) > maximum.Get()) {
     // Unlike its twin, this message has no number in it.
     AppendLine(errors, "Array length above maximum value");
@@ -73,7 +73,7 @@ int32_t StructValidator::CheckArray(const CPOSDict& schema, const CPOSDict& defi
       count += result;
     }
   };
-  CPOSObject memberTypes = definition.Get(fMemberType, /*quiet=*/true);
+  CPOSObject memberTypes = OwnGet(definition, fMemberType);
   CPOSString homogeneous(memberTypes, /*quiet=*/true);
   if (!homogeneous.IsEmpty()) {
     const NamedType memberType(homogeneous);
@@ -103,7 +103,7 @@ int32_t StructValidator::CheckDict(const CPOSDict& schema, const CPOSDict& defin
   }
   DictTree& members = OwnTree(dict);
   int32_t count = 0;
-  CPOSDict required(definition.Get(fRequired, /*quiet=*/true), /*quiet=*/true);
+  CPOSDict required(OwnGet(definition, fRequired), /*quiet=*/true);
   if (!required.IsEmpty()) {
     // Both dictionaries hold their keys in ascending order: one pass over the
     // value's keys finds every required one, with no lookup and no atom.
@@ -124,13 +124,13 @@ int32_t StructValidator::CheckDict(const CPOSDict& schema, const CPOSDict& defin
   // A member missing: no member is examined at all.
   if (count > 0) return count;
 
-  CPOSString keyTypeText(definition.Get(fKeyType, /*quiet=*/true), /*quiet=*/true);
-  CPOSString valueTypeText(definition.Get(fValueType, /*quiet=*/true), /*quiet=*/true);
+  CPOSString keyTypeText(OwnGet(definition, fKeyType), /*quiet=*/true);
+  CPOSString valueTypeText(OwnGet(definition, fValueType), /*quiet=*/true);
   const NamedType keyType = keyTypeText.IsEmpty() ? NamedType() : NamedType(keyTypeText);
   const NamedType valueType = valueTypeText.IsEmpty() ? NamedType() : NamedType(valueTypeText);
   // A key read as a String passes these two without being made one.
   const bool anyKeyPasses = keyType.Text() == fString.CString() || keyType.Text() == fAny.CString();
-  CPOSDict optional(definition.Get(fOptional, /*quiet=*/true), /*quiet=*/true);
+  CPOSDict optional(OwnGet(definition, fOptional), /*quiet=*/true);
   // One check of one member against `type`; its lines under `prefixFormat`.
   auto check = [&](const char* prefixFormat, const char* key, const NamedType& type,
                    const CPOSObject& checked) {
@@ -189,7 +189,7 @@ int32_t StructValidator::CheckDict(const CPOSDict& schema, const CPOSDict& defin
 
 int32_t StructValidator::CheckUnion(const CPOSDict& schema, const CPOSDict& definition,
                                     const CPOSObject& value, const CPOSArray& errors) const {
-  CPOSArray members(definition.Get(fSet, /*quiet=*/true), /*quiet=*/true);
+  CPOSArray members(OwnGet(definition, fSet), /*quiet=*/true);
   const uint32_t m = members.IsEmpty() ? 0 : members.Count();
   const uint32_t first = errors.Count();
   for (uint32_t i = 0; i < m; ++i) {
@@ -211,7 +211,7 @@ int32_t StructValidator::CheckUnion(const CPOSDict& schema, const CPOSDict& defi
 
 int32_t StructValidator::CheckIntersection(const CPOSDict& schema, const CPOSDict& definition,
                                            const CPOSObject& value, const CPOSArray& errors) const {
-  CPOSArray members(definition.Get(fSet, /*quiet=*/true), /*quiet=*/true);
+  CPOSArray members(OwnGet(definition, fSet), /*quiet=*/true);
   if (members.IsEmpty() || members.Count() < 1) return 0;
   int32_t count = 0;
   // Every member is tried, also after a failure.

@@ -5,6 +5,7 @@
 #include "binding/errors.h"
 #include "validator/error_text.h"
 #include "validator/number_rules.h"
+#include "validator/own_objects.h"
 #include "validator/struct_validator.h"
 
 namespace NPOSValidatorImpl {
@@ -73,13 +74,17 @@ int32_t StructValidator::CheckDefinedType(const CPOSDict& schema, const CMOXStri
                                           const CPOSObject& value, const CPOSArray& errors) const {
   // A name the schema doesn't define is a fault of the value's claim, not of
   // the schema: one line, and the walk goes on.
-  CPOSDict definition(schema.Get(typeName, /*quiet=*/true), /*quiet=*/true);
+  // An empty schema is asked through its interface, which reports the empty
+  // handle before the miss.
+  CPOSDict definition(
+      schema.IsEmpty() ? schema.Get(typeName, /*quiet=*/true) : OwnGet(schema, typeName),
+      /*quiet=*/true);
   if (definition.IsEmpty()) {
     errors.Append(
         FormatIntoPOSString("Schema not applicable, no definition for %s", typeName.CString()));
     return 1;
   }
-  CPOSString categoryText(definition.Get(fCategory, /*quiet=*/true), /*quiet=*/true);
+  CPOSString categoryText(OwnGet(definition, fCategory), /*quiet=*/true);
   if (categoryText.IsEmpty()) {
     CPOSString message =
         FormatIntoPOSString("Malformed schema definition for %s, no category", typeName.CString());
@@ -116,7 +121,7 @@ int32_t StructValidator::CheckDefinedType(const CPOSDict& schema, const CMOXStri
 // absent or holds another class.
 namespace {
 CPOSNumber Limit(const CPOSDict& definition, const CMOXStringHolder& key) {
-  return CPOSNumber(definition.Get(key, /*quiet=*/true), /*quiet=*/true);
+  return CPOSNumber(OwnGet(definition, key), /*quiet=*/true);
 }
 
 // The two length limits shared by strings, Unicode strings and binary data,
@@ -179,13 +184,13 @@ int32_t StructValidator::CheckStringLimits(const CPOSDict& definition, const CPO
   int32_t count = CheckLengthLimits(
       Limit(definition, fMinLen), Limit(definition, fMaxLen), static_cast<double>(length), errors,
       "String length below mininum value %d", "String length above maximum value %d");
-  CPOSString illegal(definition.Get(fIllegalChars, /*quiet=*/true), /*quiet=*/true);
+  CPOSString illegal(OwnGet(definition, fIllegalChars), /*quiet=*/true);
   if (!illegal.IsEmpty() && std::strcspn(text, illegal.Get()) != length) {
     // The message names the forbidden set, not the value.
     errors.Append(FormatIntoPOSString("String contains illegal characters in '%s'", illegal.Get()));
     ++count;
   }
-  MOX_T_MT::CPOSArray choices(definition.Get(fOneOf, /*quiet=*/true), /*quiet=*/true);
+  MOX_T_MT::CPOSArray choices(OwnGet(definition, fOneOf), /*quiet=*/true);
   if (!choices.IsEmpty() && !IsOneOf(choices, text)) {
     AppendLine(errors, "String is not one of the enumerated values");
     ++count;
@@ -214,7 +219,7 @@ int32_t StructValidator::CheckBinDataLimits(const CPOSDict& definition, const CP
       Limit(definition, fMinLen), Limit(definition, fMaxLen), static_cast<double>(block.GetSize()),
       errors, "String length below mininum value %d", "String length above maximum value %d");
   // The enumeration names the block's type, never its contents.
-  MOX_T_MT::CPOSArray choices(definition.Get(fOneOf, /*quiet=*/true), /*quiet=*/true);
+  MOX_T_MT::CPOSArray choices(OwnGet(definition, fOneOf), /*quiet=*/true);
   if (!choices.IsEmpty() && !IsOneOf(choices, block.GetTypeName())) {
     AppendLine(errors, "TypeName is not one of the enumerated values");
     ++count;

@@ -33,6 +33,13 @@ inline const CMOXStringHolder& OwnAtom(const MOX_T_MT::CPOSString& text) {
   return object->Atom();
 }
 
+// What a quiet Get of `key` gives on the Dict behind `dict`, which must not
+// be empty: a counted copy of the value, or an empty object.
+inline MOX_T_MT::CPOSObject OwnGet(const MOX_T_MT::CPOSDict& dict, const CMOXStringHolder& key) {
+  NPOSObjectImpl::DictNode* node = OwnTree(dict).Find(key.CString());
+  return node == nullptr ? MOX_T_MT::CPOSObject() : node->fValue;
+}
+
 }  // namespace NPOSValidatorImpl
 
 #endif  // MOXUTILS_VALIDATOR_OWN_OBJECTS_H_
