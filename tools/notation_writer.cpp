@@ -19,7 +19,6 @@ constexpr size_t kLongestNumber = 100;
 
 // An array of scalars whose members take no more than this stays on one line.
 constexpr size_t kInlineArrayWidth = 60;
-constexpr size_t kFlushAt = 1 << 16;
 
 bool IsNameStart(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
@@ -81,16 +80,8 @@ class NotationWriter {
   }
 
  private:
-  void Emit(std::string_view text) {
-    if (out_ == nullptr) return;
-    buffer_.append(text);
-    if (buffer_.size() >= kFlushAt) Flush();
-  }
-  void Flush() {
-    if (out_ == nullptr || buffer_.empty()) return;
-    (*out_)(buffer_);
-    buffer_.clear();
-  }
+  void Emit(std::string_view text) { out_.Emit(text); }
+  void Flush() { out_.Flush(); }
   void NewLine(size_t depth) {
     Emit("\n");
     Emit(std::string(depth, '\t'));
@@ -230,9 +221,8 @@ class NotationWriter {
   }
 
   const Procs& procs_;
-  const TextSink* out_;
+  BufferedSink out_;
   const std::string& where_;
-  std::string buffer_;
   ValuePath path_;
 };
 

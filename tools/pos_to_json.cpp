@@ -11,7 +11,6 @@
 namespace posctl {
 namespace {
 
-constexpr size_t kFlushAt = 1 << 16;
 constexpr double kTwoTo63 = 9223372036854775808.0;
 
 class JsonWriter {
@@ -29,16 +28,8 @@ class JsonWriter {
   }
 
  private:
-  void Emit(std::string_view text) {
-    if (out_ == nullptr) return;
-    buffer_.append(text);
-    if (buffer_.size() >= kFlushAt) Flush();
-  }
-  void Flush() {
-    if (out_ == nullptr || buffer_.empty()) return;
-    (*out_)(buffer_);
-    buffer_.clear();
-  }
+  void Emit(std::string_view text) { out_.Emit(text); }
+  void Flush() { out_.Flush(); }
 
   void NewLine(size_t depth) {
     if (options_.compact) return;
@@ -48,7 +39,7 @@ class JsonWriter {
 
   // JSON's own string escapes come from the JSON library.
   void EmitString(const std::string& utf8) {
-    if (out_ == nullptr) return;
+    if (!out_.IsWriting()) return;
     Emit(nlohmann::json(utf8).dump());
   }
 
@@ -88,7 +79,7 @@ class JsonWriter {
     if (std::trunc(value) == value && std::fabs(value) < kTwoTo63) {
       return Emit(std::to_string(static_cast<int64_t>(value)));
     }
-    if (out_ != nullptr) Emit(nlohmann::json(value).dump());
+    if (out_.IsWriting()) Emit(nlohmann::json(value).dump());
   }
 
   void BinData(MOXContainer object, size_t depth) {
@@ -96,7 +87,7 @@ class JsonWriter {
     const char* type = procs_.posBinData.GetTypeName(object);
     const uint64_t size = procs_.posBinData.GetSize(object);
     const auto* bytes = static_cast<const unsigned char*>(procs_.posBinData.GetBinData(object));
-    if (out_ == nullptr) return;
+    if (!out_.IsWriting()) return;
     Emit("{");
     NewLine(depth + 1);
     EmitString("$bindata");
@@ -106,11 +97,13 @@ class JsonWriter {
     NewLine(depth + 1);
     EmitString("hex");
     Emit(options_.compact ? ":\"" : ": \"");
+    // Two digits a byte, handed on in pieces of a bounded size.
+    constexpr size_t kHexPiece = 1 << 16;
     std::string hex;
     for (uint64_t i = 0; i < size; ++i) {
       hex.push_back(kDigits[bytes[i] >> 4]);
       hex.push_back(kDigits[bytes[i] & 0xF]);
-      if (hex.size() >= kFlushAt) {
+      if (hex.size() >= kHexPiece) {
         Emit(hex);
         hex.clear();
       }
@@ -167,10 +160,9 @@ class JsonWriter {
   }
 
   const Procs& procs_;
-  const TextSink* out_;
+  BufferedSink out_;
   const JsonOutOptions& options_;
   const std::string& where_;
-  std::string buffer_;
   ValuePath path_;
 };
 
