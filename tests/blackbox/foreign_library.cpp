@@ -74,7 +74,7 @@ std::string MemoryStream::Contents() const {
   }
 }
 
-void ForeignLibrary::SetUp() {
+void LoadedForeignLibrary::SetUp() {
   Runtime::Get().ClearFaults();
   Runtime::Get().ClearReports();
   loaded_ = Runtime::Get().Counts();
@@ -82,6 +82,17 @@ void ForeignLibrary::SetUp() {
   library_.reset(moxhost::LoadedLibrary::Open(
       moxhost::LoadedLibrary::Locate({MOX_BUILT_LIBRARY_DIR}), &error));
   ASSERT_NE(library_, nullptr) << error;
+}
+
+void LoadedForeignLibrary::TearDown() {
+  Runtime::Get().ClearFaults();
+  library_.reset();
+  EXPECT_EQ(CountsDiff(loaded_, Runtime::Get().Counts()), "");
+}
+
+void ForeignLibrary::SetUp() {
+  LoadedForeignLibrary::SetUp();
+  if (library_ == nullptr) return;
   ASSERT_TRUE(library_->Start());
   ASSERT_TRUE(p.Load(Runtime::LookupProc()));
   // The method tables of POS objects and of streams, kept from first use on.
@@ -108,8 +119,7 @@ void ForeignLibrary::TearDown() {
   Runtime::Get().ClearFaults();
   if (library_ == nullptr) return;
   EXPECT_EQ(CountsDiff(started_, Runtime::Get().Counts()), "");
-  library_.reset();
-  EXPECT_EQ(CountsDiff(loaded_, Runtime::Get().Counts()), "");
+  LoadedForeignLibrary::TearDown();
 }
 
 Strings ForeignLibrary::TakeReports() {

@@ -54,8 +54,23 @@ bool Validate(const POSProcs& p, MOXContainer validator, MOXContainer value, con
 // when given.
 bool ValidateSchema(const POSProcs& p, MOXContainer schema, Strings* lines = nullptr);
 
-// Its helpers are public, so that tables of scenarios can reach them.
-class ForeignLibrary : public ::testing::Test {
+// The library loaded and not started, for tests that start it themselves:
+// TearDown unloads it and checks that the runtime's live counts are back at
+// what they were before the load.
+class LoadedForeignLibrary : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+ public:
+  POSProcs p;
+  std::unique_ptr<moxhost::LoadedLibrary> library_;
+  moxhost::LiveCounts loaded_;
+};
+
+// The library loaded and started. Its helpers are public, so that tables of
+// scenarios can reach them.
+class ForeignLibrary : public LoadedForeignLibrary {
  protected:
   void SetUp() override;
   void TearDown() override;
@@ -77,9 +92,6 @@ class ForeignLibrary : public ::testing::Test {
     return moxtest::ValidateSchema(p, schema, lines);
   }
 
-  POSProcs p;
-  std::unique_ptr<moxhost::LoadedLibrary> library_;
-  moxhost::LiveCounts loaded_;
   moxhost::LiveCounts started_;
 };
 

@@ -8,19 +8,17 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "blackbox/foreign_library.h"
 #include "blackbox/pos_procs.h"
 #include "moxhost/runtime.h"
-#include "support/live_counts.h"
 
 namespace moxtest {
 namespace {
 
 using moxhost::Runtime;
-using Strings = std::vector<std::string>;
 
 const char kSettings[] =
     "POSStreamerTypeA_Version1.0 <\n"
@@ -57,27 +55,7 @@ uint32_t FamilyInstalled(MOXContainer value, MOXStringAtom, MOXSharedBuff buffer
   return 0;
 }
 
-class ForeignValidation : public ::testing::Test {
- protected:
-  void SetUp() override {
-    Runtime::Get().ClearFaults();
-    Runtime::Get().ClearReports();
-    loaded_ = Runtime::Get().Counts();
-    std::string error;
-    library_.reset(moxhost::LoadedLibrary::Open(
-        moxhost::LoadedLibrary::Locate({MOX_BUILT_LIBRARY_DIR}), &error));
-    ASSERT_NE(library_, nullptr) << error;
-  }
-  void TearDown() override {
-    library_.reset();
-    Runtime::Get().ClearFaults();
-    EXPECT_EQ(CountsDiff(loaded_, Runtime::Get().Counts()), "");
-  }
-
-  POSProcs p;
-  std::unique_ptr<moxhost::LoadedLibrary> library_;
-  moxhost::LiveCounts loaded_;
-};
+using ForeignValidation = LoadedForeignLibrary;
 
 TEST_F(ForeignValidation, ChecksATreeReadFromATypeAStream) {
   ASSERT_TRUE(library_->Start());
