@@ -12,13 +12,28 @@
 namespace moxhost {
 namespace {
 
+// A buffer whose bytes the runtime owns is one block: the record, then the
+// bytes, so that making and destroying one costs a single allocation.
+MOXSharedBuff NewOwningBuffer(uint64_t size) {
+  // One byte at least, so that an empty buffer still has an address.
+  const uint64_t bytes = size != 0 ? size : 1;
+  if (bytes > SIZE_MAX - sizeof(MOXSharedBuffOpaque)) return nullptr;
+  void* block = std::calloc(sizeof(MOXSharedBuffOpaque) + bytes, 1);
+  if (block == nullptr) return nullptr;
+  auto* buffer = new (block) MOXSharedBuffOpaque;
+  buffer->data = static_cast<char*>(block) + sizeof(MOXSharedBuffOpaque);
+  buffer->release = nullptr;
+  return buffer;
+}
+
 void Destroy(MOXSharedBuff buffer) {
   if (buffer->release != nullptr) {
     buffer->release(buffer->data);
+    delete buffer;
   } else {
-    std::free(buffer->data);
+    buffer->~MOXSharedBuffOpaque();
+    std::free(buffer);
   }
-  delete buffer;
   Count(Counter::kSharedBuffers, -1);
 }
 
@@ -30,22 +45,18 @@ MOXSharedBuff NewBuffer(uint64_t size, void* data, MOXReleaseProc release, uintp
     return nullptr;
   }
   if (ShouldFail(Fault::kBuffer)) return nullptr;
-  auto* buffer = new (std::nothrow) MOXSharedBuffOpaque;
-  if (buffer == nullptr) return nullptr;
-  buffer->size = size;
+  MOXSharedBuff buffer;
   if (data != nullptr && release != nullptr) {
+    buffer = new (std::nothrow) MOXSharedBuffOpaque;
+    if (buffer == nullptr) return nullptr;
     buffer->data = data;
     buffer->release = release;
   } else {
-    // One byte at least, so that an empty buffer still has an address.
-    buffer->data = size <= SIZE_MAX - 1 ? std::calloc(size != 0 ? size : 1, 1) : nullptr;
-    buffer->release = nullptr;
-    if (buffer->data == nullptr) {
-      delete buffer;
-      return nullptr;
-    }
+    buffer = NewOwningBuffer(size);
+    if (buffer == nullptr) return nullptr;
     if (data != nullptr) std::memcpy(buffer->data, data, size);
   }
+  buffer->size = size;
   buffer->refs.store(1, std::memory_order_relaxed);
   Count(Counter::kSharedBuffers, 1);
   return buffer;

@@ -13,7 +13,8 @@ struct MOXSharedBuffOpaque {
   std::atomic<int64_t> refs;
   uint64_t size;
   void* data;
-  MOXReleaseProc release;  // the caller's procedure, or null when the runtime owns `data`
+  MOXReleaseProc release;  // the caller's procedure, or null when the runtime owns `data`,
+                           // which then follows this record in the same block
 };
 
 namespace moxhost {
