@@ -17,6 +17,7 @@ using MOX_T_MT::CPOSUnicodeString;
 
 BuiltinResult StructValidator::CheckBuiltinType(const char* name, const CPOSObject& value,
                                                 const CPOSArray& errors) const {
+  using NPOSObjectImpl::ObjectClass;
   // Checks one class; the line when the value is of another.
   auto expect = [&](bool isOfClass, const char* line) {
     if (isOfClass) return kBuiltinValid;
@@ -24,48 +25,77 @@ BuiltinResult StructValidator::CheckBuiltinType(const char* name, const CPOSObje
     return kBuiltinInvalid;
   };
   if (name == fAny.CString()) return kBuiltinValid;  // the value is not even looked at
-  if (name == fBool.CString()) {
-    CPOSNumber number(value, /*quiet=*/true);
-    if (!number.IsEmpty()) {
-      const double d = number.Get();
-      return expect(d == 0.0 || d == 1.0, "BOOL was a number unequal to zero or one");
+  // The value's class and contents, from the object itself when it is one of
+  // ours, else from the interfaces.
+  const NPOSObjectImpl::BaseObject* const own = OwnObjectAtOnce(value);
+  auto isOf = [&](ObjectClass objectClass, bool (*isThroughInterface)(const CPOSObject&)) {
+    return own != nullptr ? own->Class() == objectClass : isThroughInterface(value);
+  };
+  // False when the value is no Number.
+  auto numberOf = [&](double* number) {
+    if (own != nullptr) {
+      if (own->Class() != ObjectClass::kNumber) return false;
+      *number = static_cast<const NPOSObjectImpl::Number*>(own)->Value();
+      return true;
     }
-    CPOSString text(value, /*quiet=*/true);
-    if (!text.IsEmpty()) {
-      // Case-sensitive: the String's interned text is one of the two
-      // keywords' own.
-      const char* const word = text.Get();
+    CPOSNumber handle(value, /*quiet=*/true);
+    if (handle.IsEmpty()) return false;
+    *number = handle.Get();
+    return true;
+  };
+  // The interned text of a String value, or null. The value keeps it alive.
+  auto textOf = [&]() -> const char* {
+    if (own != nullptr) {
+      return own->Class() == ObjectClass::kString
+                 ? static_cast<const NPOSObjectImpl::String*>(own)->Text()
+                 : nullptr;
+    }
+    CPOSString handle(value, /*quiet=*/true);
+    return handle.IsEmpty() ? nullptr : handle.Get();
+  };
+  double number = 0;
+  if (name == fBool.CString()) {
+    if (numberOf(&number)) {
+      return expect(number == 0.0 || number == 1.0, "BOOL was a number unequal to zero or one");
+    }
+    // Case-sensitive: the String's interned text is one of the two
+    // keywords' own.
+    if (const char* const word = textOf()) {
       return expect(word == fTrue.CString() || word == fFalse.CString(),
                     "BOOL was not a valid string (true/false)");
     }
     return expect(false, "Expected BOOL was of invalid type");
   }
   if (name == fInt.CString()) {
-    CPOSNumber number(value, /*quiet=*/true);
-    if (number.IsEmpty()) return expect(false, "Expected INT was of invalid type");
-    const double d = number.Get();
-    return expect(static_cast<double>(TruncateToInt32(d)) == d, "INT was not a whole number");
+    if (!numberOf(&number)) return expect(false, "Expected INT was of invalid type");
+    return expect(static_cast<double>(TruncateToInt32(number)) == number,
+                  "INT was not a whole number");
   }
   if (name == fReal.CString()) {
-    return expect(CPOSNumber::Is(value), "Expected REAL was of invalid type");
+    return expect(isOf(ObjectClass::kNumber, &CPOSNumber::Is), "Expected REAL was of invalid type");
   }
   if (name == fString.CString()) {
-    return expect(CPOSString::Is(value), "Expected STRING was of invalid type");
+    return expect(isOf(ObjectClass::kString, &CPOSString::Is),
+                  "Expected STRING was of invalid type");
   }
   if (name == fUnicodeString.CString()) {
-    return expect(CPOSUnicodeString::Is(value), "Expected UNICODESTRING was of invalid type");
+    return expect(isOf(ObjectClass::kUnicodeString, &CPOSUnicodeString::Is),
+                  "Expected UNICODESTRING was of invalid type");
   }
   if (name == fBinData.CString()) {
-    return expect(CPOSBinData::Is(value), "Expected BINDATA was of invalid type");
+    return expect(isOf(ObjectClass::kBinData, &CPOSBinData::Is),
+                  "Expected BINDATA was of invalid type");
   }
   if (name == fRawPtr.CString()) {
-    return expect(CPOSRawPointer::Is(value), "Expected RAWPTR was of invalid type");
+    return expect(isOf(ObjectClass::kRawPointer, &CPOSRawPointer::Is),
+                  "Expected RAWPTR was of invalid type");
   }
   // The three reference words accept any raw pointer, as "rawptr" does; only
   // the message differs.
   if (name == fMOXObjRef.CString() || name == fCTBaseObjRef.CString() ||
       name == fMOXErrorObjRef.CString()) {
-    return expect(CPOSRawPointer::Is(value), "Expected OBJREF was of invalid type");
+    return expect(isOf(ObjectClass::kRawPointer, &CPOSRawPointer::Is),
+                  "Expected OBJREF was of invalid type");
   }
   return kNotBuiltin;
 }

@@ -40,6 +40,18 @@ inline MOX_T_MT::CPOSObject OwnGet(const MOX_T_MT::CPOSDict& dict, const CMOXStr
   return node == nullptr ? MOX_T_MT::CPOSObject() : node->fValue;
 }
 
+// The object behind `object` when its container names one of this library's
+// objects at once, in its primary record; otherwise null, and the caller asks
+// the interfaces, which answer for any container (and report what the
+// runtime says of a bad one).
+inline const NPOSObjectImpl::BaseObject* OwnObjectAtOnce(const MOX_T_MT::CPOSObject& object) {
+  const MOXContainer container = object.Container();
+  if (container == nullptr) return nullptr;
+  const MOXPrimaryInstanceRecord* record = MOXPrimaryRecord(container);
+  if (record->instanceName != gMOXUtilsNames->fObjectImpl.CString()) return nullptr;
+  return static_cast<const NPOSObjectImpl::BaseObject*>(record->instance);
+}
+
 }  // namespace NPOSValidatorImpl
 
 #endif  // MOXUTILS_VALIDATOR_OWN_OBJECTS_H_
