@@ -170,11 +170,19 @@ bool Dict::IsEqual(const CPOSObject& other) {
   MOX_T_MT::CheckStackReserve();
   const Dict* dict = TryFromContainer<Dict>(other.Container());
   if (dict == nullptr) return false;
+  // Both trees are walked in ascending key order at once, with no search:
+  // keys of the other below this Dict's next key are ones that only the
+  // other has, which the one-sided question passes over.
+  DictNode* match = dict->fTree.First();
   for (ConstDictIterator it(&fTree); !it.IsDone(); it.Next()) {
     DictNode* node = it.Current();
-    DictNode* match = dict->fTree.Find(node->Key());
-    if (match == nullptr) return false;
+    int order = -1;
+    while (match != nullptr && (order = DictTree::Order(*match, *node)) < 0) {
+      match = DictTree::Next(match);
+    }
+    if (match == nullptr || order != 0) return false;
     if (!MembersEqual(node->fValue, match->fValue)) return false;
+    match = DictTree::Next(match);
   }
   return true;
 }

@@ -212,6 +212,10 @@ DictNode* DictTree::Unlink(const char* key) {
   return node;
 }
 
+int DictTree::Order(const DictNode& first, const DictNode& second) {
+  return CompareKey(first.Key(), first.fKeyPrefix, &second);
+}
+
 DictNode* DictTree::First() const {
   return fRoot == nullptr ? nullptr : Leftmost(fRoot);
 }

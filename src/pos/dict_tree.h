@@ -66,6 +66,8 @@ class DictTree {
   // end). Next climbs by the child links.
   DictNode* First() const;
   static DictNode* Next(DictNode* node);
+  // The order of two nodes' keys, as strcmp gives it, from any two trees.
+  static int Order(const DictNode& first, const DictNode& second);
 
   DictNode* Root() const { return fRoot; }
   // The whole tree, handed to the caller, who deletes it with DeleteNodes;

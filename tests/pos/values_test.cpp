@@ -36,6 +36,10 @@ TEST_F(Values, EachClassHasItsOwnEquality) {
       {"`0041D800`", "`0041`", false, false},  // length differs
       {"`0041D800`", "`0042D800`", false, false},
       {"<a 1>", "<a 1 b 2>", true, false},  // a Dict asks only about its own keys
+      {"<b 2 d 4>", "<a 1 b 2 c 3 d 4 e 5>", true, false},
+      {"<a 1>", "<b 1>", false, false},  // same values under other keys
+      {"<a 1 c 3>", "<a 1 b 3>", false, false},
+      {"<profile_a 1>", "<profile_b 1>", false, false},  // keys alike in their first bytes
       {"<a 1>", "<a (1)>", false, false},
       {"<>", "[]", false, false},
       {"<>", "<>", true, true},
