@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "streamer/atom_cache.h"
 #include "streamer/char_stream.h"
 
 namespace NPOSStreamerImpl {
@@ -53,6 +54,10 @@ class ICharStream final : public CharStream {
     count -= n;
     return n;
   }
+
+  // The atoms of the texts the reader made last, for the time of one read:
+  // the keys of a document's dictionaries come back again and again.
+  AtomCache atoms;
 
   // GetChar until a byte other than a space, which it stores; false when
   // that byte closes the form.

@@ -80,9 +80,15 @@ void OCharStream::PutText(const char* text, size_t length) {
   while (text != end) {
     if (count == kCharStreamBlockSize) Flush();
     const size_t room = std::min<size_t>(kCharStreamBlockSize - count, end - text);
+    // Checked and copied in one pass: most texts are short, and a call to
+    // memcpy would cost more than the copy.
+    unsigned char* const dest = bufferData + count;
     size_t plain = 0;
-    while (plain < room && !special[static_cast<unsigned char>(text[plain])]) ++plain;
-    std::memcpy(bufferData + count, text, plain);
+    while (plain < room) {
+      const unsigned char byte = static_cast<unsigned char>(text[plain]);
+      if (special[byte]) break;
+      dest[plain++] = byte;
+    }
     count += plain;
     text += plain;
     if (plain < room) PutEscaped(static_cast<unsigned char>(*text++));

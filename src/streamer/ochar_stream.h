@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "streamer/atom_cache.h"
 #include "streamer/char_stream.h"
 
 namespace NPOSStreamerImpl {
@@ -29,6 +30,10 @@ class OCharStream final : public CharStream {
       Store(c);
     }
   }
+
+  // The atoms of the dictionary keys the writer looked up last, for the time
+  // of one write: the dictionaries of a document share their keys.
+  AtomCache atoms;
 
   // PutChar of each of the `length` bytes at `text`; runs of bytes that need
   // no escape are copied into the block as they are.
