@@ -42,11 +42,15 @@ class ICharStream final : public CharStream {
   // many it moved; GetChar goes on from there.
   size_t TakeRun(char* dest, size_t wanted) {
     const size_t limit = wanted < count ? wanted : count;
+    // Copies of the members: the stores to `dest` could otherwise change them
+    // for all the compiler knows, and it would load them again for each byte.
     const unsigned char close = static_cast<unsigned char>(params.closeChar);
+    const bool normalize = params.normalizeSpace;
+    const unsigned char* const source = cursor;
     size_t n = 0;
     for (; n < limit; ++n) {
-      unsigned char byte = cursor[n];
-      if (params.normalizeSpace && IsStreamSpace(byte)) byte = ' ';
+      unsigned char byte = source[n];
+      if (normalize && IsStreamSpace(byte)) byte = ' ';
       if (byte == '\\' || byte == close) break;
       dest[n] = static_cast<char>(byte);
     }

@@ -34,8 +34,9 @@ void ReadDict(MOX_T_MT::CPOSObject* result, TypeAStreamer& streamer, ICharStream
 // Trims the "%.32g" text of a number in place: when it holds only
 // "+-0123456789.," and at least one '.' or ',', trailing zeros go, and then a
 // trailing '.' or ','; the first character always stays. Exponent forms,
-// "inf" and "nan" stay as they are. Returns the new length.
-size_t TrimNumberText(char* text);
+// "inf" and "nan" stay as they are. `length` is the text's, without the
+// terminator. Returns the new length.
+size_t TrimNumberText(char* text, size_t length);
 
 }  // namespace NTypeAImpl
 }  // namespace NPOSStreamerImpl

@@ -36,10 +36,18 @@ void WriteStringForm(OCharStream& out, const char* text) {
 
 }  // namespace
 
-size_t TrimNumberText(char* text) {
-  size_t length = std::strlen(text);
-  if (std::strspn(text, "+-0123456789.,") != length) return length;
-  if (std::strpbrk(text, ".,") == nullptr) return length;
+size_t TrimNumberText(char* text, size_t length) {
+  // One pass for both questions: only "+-0123456789.,", and a separator.
+  bool separator = false;
+  for (size_t i = 0; i < length; ++i) {
+    const char c = text[i];
+    if (c == '.' || c == ',') {
+      separator = true;
+    } else if (!((c >= '0' && c <= '9') || c == '+' || c == '-')) {
+      return length;
+    }
+  }
+  if (!separator) return length;
   while (length > 1 && text[length - 1] == '0') --length;
   if (length > 1 && (text[length - 1] == '.' || text[length - 1] == ',')) --length;
   text[length] = 0;
@@ -54,8 +62,8 @@ void WriteNumber(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
   // 32 significant digits are more than a double needs, so every finite
   // value reads back exactly. The separator is the locale's.
   char text[kNumberTextSize];
-  FormatNumberText(value, text);
-  out.PutText(text, TrimNumberText(text));
+  const size_t length = FormatNumberText(value, text);
+  out.PutText(text, TrimNumberText(text, length));
 }
 
 void WriteString(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
