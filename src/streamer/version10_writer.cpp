@@ -62,8 +62,11 @@ void WriteNumber(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
   // 32 significant digits are more than a double needs, so every finite
   // value reads back exactly. The separator is the locale's.
   char text[kNumberTextSize];
-  const size_t length = FormatNumberText(value, text);
-  out.PutText(text, TrimNumberText(text, length));
+  size_t length = FormatNumberText(value, text);
+  // Only a text that ends in '0' or a separator can lose anything.
+  const char last = text[length - 1];
+  if (last == '0' || last == '.' || last == ',') length = TrimNumberText(text, length);
+  out.PutText(text, length);
 }
 
 void WriteString(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
