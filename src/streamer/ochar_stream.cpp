@@ -8,7 +8,11 @@ namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
 
 OCharStream::OCharStream(const CMOXPositionableStreamRef& source)
-    : CharStream(source), fTableCount(0), fSpecialFor(nullptr), fSpecial(nullptr) {
+    : CharStream(source),
+      fTableCount(0),
+      fSpecialFor(nullptr),
+      fSpecial(nullptr),
+      fDecimalPlain(false) {
   cursor = bufferData;
   // isprint follows the locale: bytes above 0x7F are octal in the "C" locale
   // and raw where the locale calls them printable. Both read back the same.
@@ -48,9 +52,29 @@ void OCharStream::SelectSpecial() {
       table->special[static_cast<unsigned char>(pair[0])] = true;
       if (pair[1] == 0) break;
     }
+    table->decimalPlain = true;
+    for (const char* c = "0123456789+-.e"; *c != 0; ++c) {
+      if (table->special[static_cast<unsigned char>(*c)]) table->decimalPlain = false;
+    }
   }
   fSpecialFor = params.escapes;
   fSpecial = table->special;
+  fDecimalPlain = table->decimalPlain;
+}
+
+void OCharStream::PutDecimal(const char* text, size_t length) {
+  if (!DecimalPlain()) {
+    PutText(text, length);
+    return;
+  }
+  while (length != 0) {
+    if (count == kCharStreamBlockSize) Flush();
+    const size_t n = std::min<size_t>(kCharStreamBlockSize - count, length);
+    std::memcpy(bufferData + count, text, n);
+    count += n;
+    text += n;
+    length -= n;
+  }
 }
 
 void OCharStream::PutEscaped(unsigned char byte) {

@@ -39,6 +39,11 @@ class OCharStream final : public CharStream {
   // no escape are copied into the block as they are.
   void PutText(const char* text, size_t length);
 
+  // PutText of a text made only of ASCII digits, '+', '-', '.' and 'e':
+  // where none of these needs an escape under the current table, which is
+  // asked once per table, the bytes are copied without a look at each.
+  void PutDecimal(const char* text, size_t length);
+
   // Stores `c` unescaped. A full block is written only when one more byte
   // arrives, so a stream is never written early. Closing bytes go here.
   void Store(char c) {
@@ -52,6 +57,8 @@ class OCharStream final : public CharStream {
   struct SpecialBytes {
     const char* escapes;
     bool special[256];
+    // No byte of a decimal text is special.
+    bool decimalPlain;
   };
   // A stream meets a handful of tables, one per form; each is made once.
   static constexpr int kTableCache = 8;
@@ -59,6 +66,10 @@ class OCharStream final : public CharStream {
   const bool* Special() {
     if (params.escapes != fSpecialFor) SelectSpecial();
     return fSpecial;
+  }
+  bool DecimalPlain() {
+    if (params.escapes != fSpecialFor) SelectSpecial();
+    return fDecimalPlain;
   }
   void SelectSpecial();
   // The rules of PutChar for a byte of Special().
@@ -70,6 +81,7 @@ class OCharStream final : public CharStream {
   int fTableCount;
   const char* fSpecialFor;
   const bool* fSpecial;
+  bool fDecimalPlain;
 };
 
 }  // namespace NTypeAImpl

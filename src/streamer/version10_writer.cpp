@@ -62,11 +62,16 @@ void WriteNumber(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
   // 32 significant digits are more than a double needs, so every finite
   // value reads back exactly. The separator is the locale's.
   char text[kNumberTextSize];
-  size_t length = FormatNumberText(value, text);
+  bool decimal = false;
+  size_t length = FormatNumberText(value, text, &decimal);
   // Only a text that ends in '0' or a separator can lose anything.
   const char last = text[length - 1];
   if (last == '0' || last == '.' || last == ',') length = TrimNumberText(text, length);
-  out.PutText(text, length);
+  if (decimal) {
+    out.PutDecimal(text, length);
+  } else {
+    out.PutText(text, length);
+  }
 }
 
 void WriteString(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
