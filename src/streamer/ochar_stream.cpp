@@ -41,9 +41,11 @@ void OCharStream::SelectSpecial() {
     if (fTables[i].escapes == params.escapes) table = &fTables[i];
   }
   if (table == nullptr) {
-    // A stream given more tables than the cache holds starts it over.
+    // A stream given more tables than the cache holds starts it over, and
+    // the table kept at hand may be the one that goes.
     if (fTableCount == kTableCache) fTableCount = 0;
     table = &fTables[fTableCount++];
+    if (fPrevious == table) fPrevious = nullptr;
     table->escapes = params.escapes;
     std::memcpy(table->special, fOctal, sizeof fOctal);
     // Every raw half counts, even one that an earlier pair already escapes:
@@ -57,6 +59,7 @@ void OCharStream::SelectSpecial() {
       if (table->special[static_cast<unsigned char>(*c)]) table->decimalPlain = false;
     }
   }
+  fCurrent = table;
   fSpecialFor = params.escapes;
   fSpecial = table->special;
   fDecimalPlain = table->decimalPlain;
@@ -79,6 +82,17 @@ void OCharStream::PutDecimal(const char* text, size_t length) {
 
 void OCharStream::PutEscaped(unsigned char byte) {
   if (fOctal[byte]) {
+    // Four bytes that fit in the block go in at once; Store would not flush
+    // for them either.
+    if (count + 4 <= kCharStreamBlockSize) {
+      unsigned char* const dest = bufferData + count;
+      dest[0] = '\\';
+      dest[1] = static_cast<unsigned char>('0' + (byte >> 6));
+      dest[2] = static_cast<unsigned char>('0' + ((byte >> 3) & 7));
+      dest[3] = static_cast<unsigned char>('0' + (byte & 7));
+      count += 4;
+      return;
+    }
     Store('\\');
     Store(static_cast<char>('0' + (byte >> 6)));
     Store(static_cast<char>('0' + ((byte >> 3) & 7)));

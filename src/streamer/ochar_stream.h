@@ -64,12 +64,27 @@ class OCharStream final : public CharStream {
   static constexpr int kTableCache = 8;
 
   const bool* Special() {
-    if (params.escapes != fSpecialFor) SelectSpecial();
+    if (params.escapes != fSpecialFor) SwitchSpecial();
     return fSpecial;
   }
   bool DecimalPlain() {
-    if (params.escapes != fSpecialFor) SelectSpecial();
+    if (params.escapes != fSpecialFor) SwitchSpecial();
     return fDecimalPlain;
+  }
+  // Writing goes back and forth between two forms most of the time (a
+  // container and its members): the table before the current one is kept
+  // at hand.
+  void SwitchSpecial() {
+    const SpecialBytes* previous = fPrevious;
+    fPrevious = fCurrent;
+    if (previous != nullptr && previous->escapes == params.escapes) {
+      fCurrent = previous;
+      fSpecialFor = previous->escapes;
+      fSpecial = previous->special;
+      fDecimalPlain = previous->decimalPlain;
+      return;
+    }
+    SelectSpecial();
   }
   void SelectSpecial();
   // The rules of PutChar for a byte of Special().
@@ -82,6 +97,9 @@ class OCharStream final : public CharStream {
   const char* fSpecialFor;
   const bool* fSpecial;
   bool fDecimalPlain;
+  // The tables of the current escapes and of the escapes before them.
+  const SpecialBytes* fCurrent = nullptr;
+  const SpecialBytes* fPrevious = nullptr;
 };
 
 }  // namespace NTypeAImpl
