@@ -54,6 +54,15 @@ void ICharStream::SelectRunTable(int key) {
 }
 
 bool ICharStream::GetCharAfterBlock(char* out) {
+  // An octal escape whole in the block, the common escape of text that is
+  // not ASCII: the same bytes and value as the way through NextRawByte.
+  if (count >= 4 && cursor[0] == '\\' && cursor[1] >= '0' && cursor[1] <= '9') {
+    const unsigned value = (cursor[1] - '0') * 64u + (cursor[2] - '0') * 8u + (cursor[3] - '0');
+    cursor += 4;
+    count -= 4;
+    *out = static_cast<char>(static_cast<unsigned char>(value));
+    return true;
+  }
   const unsigned char byte = NextRawByte();
   *out = static_cast<char>(byte);
   if (byte != '\\') {
