@@ -2,8 +2,9 @@
 // emits the content between the opening and the closing byte; a read routine
 // consumes everything after the opening byte, the closing byte included.
 //
-// Every routine reaches the objects only through the client handles of the
-// object model, as any other component would.
+// Every routine reaches the objects only through the client side of the
+// object model (its typed handles, or the slots of their client tables), as
+// any other component would.
 #ifndef MOXUTILS_STREAMER_VERSION10_ROUTINES_H_
 #define MOXUTILS_STREAMER_VERSION10_ROUTINES_H_
 
