@@ -76,10 +76,15 @@ class ICharStream final : public CharStream {
   bool GetNonSpaceChar(char* out) {
     // Raw blanks of the block, where a blank does not close the form.
     if (params.closeChar != ' ') {
-      while (count != 0 && (*cursor == ' ' || (params.normalizeSpace && IsStreamSpace(*cursor)))) {
-        --count;
-        ++cursor;
-      }
+      // The four blanks as bits of one word: one test for each byte.
+      constexpr uint64_t kBlanks = (uint64_t{1} << ' ') | (uint64_t{1} << '\t') |
+                                   (uint64_t{1} << '\n') | (uint64_t{1} << '\r');
+      const uint64_t skipped = params.normalizeSpace ? kBlanks : uint64_t{1} << ' ';
+      unsigned char* next = cursor;
+      const unsigned char* const end = cursor + count;
+      while (next != end && *next <= ' ' && ((skipped >> *next) & 1) != 0) ++next;
+      count -= static_cast<uint64_t>(next - cursor);
+      cursor = next;
     }
     while (GetChar(out)) {
       if (*out != ' ') return true;
