@@ -30,7 +30,39 @@ void ICharStream::GiveBackReadAhead() {
   stream.Seek(static_cast<int64_t>(static_cast<int32_t>(back)), 0);
 }
 
+void ICharStream::SelectRunTable(int key) {
+  RunTable* table = nullptr;
+  for (int i = 0; i < fRunTableCount && table == nullptr; ++i) {
+    if (fRunTables[i].key == key) table = &fRunTables[i];
+  }
+  if (table == nullptr) {
+    // A stream given more forms than the cache holds starts it over.
+    if (fRunTableCount == kRunTableCache) fRunTableCount = 0;
+    table = &fRunTables[fRunTableCount++];
+    table->key = key;
+    const unsigned char close = static_cast<unsigned char>(key & 0xFF);
+    const bool normalize = (key & 256) != 0;
+    for (unsigned byte = 0; byte < 256; ++byte) {
+      const unsigned char given = normalize && IsStreamSpace(byte) ? ' ' : byte;
+      table->kinds[byte] = given == '\\' || given == close ? kRunStop
+                           : given != byte                 ? kRunSpace
+                                                           : kRunPlain;
+    }
+  }
+  fRunKey = key;
+  fRunKinds = table->kinds;
+}
+
 bool ICharStream::GetCharAfterBlock(char* out) {
+  // An octal escape whole in the block, the common escape of text that is
+  // not ASCII: the same bytes and value as the way through NextRawByte.
+  if (count >= 4 && cursor[0] == '\\' && cursor[1] >= '0' && cursor[1] <= '9') {
+    const unsigned value = (cursor[1] - '0') * 64u + (cursor[2] - '0') * 8u + (cursor[3] - '0');
+    cursor += 4;
+    count -= 4;
+    *out = static_cast<char>(static_cast<unsigned char>(value));
+    return true;
+  }
   const unsigned char byte = NextRawByte();
   *out = static_cast<char>(byte);
   if (byte != '\\') {

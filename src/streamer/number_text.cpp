@@ -162,19 +162,24 @@ bool FormatFixedPoint(double value, char (&text)[kNumberTextSize], size_t* lengt
 
 }  // namespace
 
-size_t FormatNumberText(double value, char (&text)[kNumberTextSize]) {
+size_t FormatNumberText(double value, char (&text)[kNumberTextSize], bool* decimal) {
   // NaN and the infinities are rare enough to leave their spelling ("-nan"
   // included) to the C library alone.
   if (std::isfinite(value) && DecimalPointIsDot()) {
     size_t length;
-    if (FormatFixedPoint(value, text, &length)) return length;
+    if (FormatFixedPoint(value, text, &length)) {
+      if (decimal != nullptr) *decimal = true;
+      return length;
+    }
     const std::to_chars_result written =
         std::to_chars(text, text + kNumberTextSize - 1, value, std::chars_format::general, 32);
     if (written.ec == std::errc()) {
       *written.ptr = '\0';
+      if (decimal != nullptr) *decimal = true;
       return static_cast<size_t>(written.ptr - text);
     }
   }
+  if (decimal != nullptr) *decimal = false;
   return static_cast<size_t>(std::snprintf(text, kNumberTextSize, "%.32g", value));
 }
 

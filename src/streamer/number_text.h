@@ -22,7 +22,10 @@ namespace NTypeAImpl {
 constexpr size_t kNumberTextSize = 64;
 
 // Writes the "%.32g" text of `value` and a terminator; returns its length.
-size_t FormatNumberText(double value, char (&text)[kNumberTextSize]);
+// When `decimal` is given, it tells whether the text is known to hold only
+// ASCII digits, '+', '-', '.' and 'e' (false where the C library wrote it:
+// another locale's separator, "inf", "nan").
+size_t FormatNumberText(double value, char (&text)[kNumberTextSize], bool* decimal = nullptr);
 
 // strtod(text, nullptr) of the `length` bytes at `text`, which end in a
 // terminator: the value of the longest numeric prefix, 0 when there is none.

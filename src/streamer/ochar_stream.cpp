@@ -8,7 +8,11 @@ namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
 
 OCharStream::OCharStream(const CMOXPositionableStreamRef& source)
-    : CharStream(source), fTableCount(0), fSpecialFor(nullptr), fSpecial(nullptr) {
+    : CharStream(source),
+      fTableCount(0),
+      fSpecialFor(nullptr),
+      fSpecial(nullptr),
+      fDecimalPlain(false) {
   cursor = bufferData;
   // isprint follows the locale: bytes above 0x7F are octal in the "C" locale
   // and raw where the locale calls them printable. Both read back the same.
@@ -37,9 +41,11 @@ void OCharStream::SelectSpecial() {
     if (fTables[i].escapes == params.escapes) table = &fTables[i];
   }
   if (table == nullptr) {
-    // A stream given more tables than the cache holds starts it over.
+    // A stream given more tables than the cache holds starts it over, and
+    // the table kept at hand may be the one that goes.
     if (fTableCount == kTableCache) fTableCount = 0;
     table = &fTables[fTableCount++];
+    if (fPrevious == table) fPrevious = nullptr;
     table->escapes = params.escapes;
     std::memcpy(table->special, fOctal, sizeof fOctal);
     // Every raw half counts, even one that an earlier pair already escapes:
@@ -48,13 +54,45 @@ void OCharStream::SelectSpecial() {
       table->special[static_cast<unsigned char>(pair[0])] = true;
       if (pair[1] == 0) break;
     }
+    table->decimalPlain = true;
+    for (const char* c = "0123456789+-.e"; *c != 0; ++c) {
+      if (table->special[static_cast<unsigned char>(*c)]) table->decimalPlain = false;
+    }
   }
+  fCurrent = table;
   fSpecialFor = params.escapes;
   fSpecial = table->special;
+  fDecimalPlain = table->decimalPlain;
+}
+
+void OCharStream::PutDecimal(const char* text, size_t length) {
+  if (!DecimalPlain()) {
+    PutText(text, length);
+    return;
+  }
+  while (length != 0) {
+    if (count == kCharStreamBlockSize) Flush();
+    const size_t n = std::min<size_t>(kCharStreamBlockSize - count, length);
+    std::memcpy(bufferData + count, text, n);
+    count += n;
+    text += n;
+    length -= n;
+  }
 }
 
 void OCharStream::PutEscaped(unsigned char byte) {
   if (fOctal[byte]) {
+    // Four bytes that fit in the block go in at once; Store would not flush
+    // for them either.
+    if (count + 4 <= kCharStreamBlockSize) {
+      unsigned char* const dest = bufferData + count;
+      dest[0] = '\\';
+      dest[1] = static_cast<unsigned char>('0' + (byte >> 6));
+      dest[2] = static_cast<unsigned char>('0' + ((byte >> 3) & 7));
+      dest[3] = static_cast<unsigned char>('0' + (byte & 7));
+      count += 4;
+      return;
+    }
     Store('\\');
     Store(static_cast<char>('0' + (byte >> 6)));
     Store(static_cast<char>('0' + ((byte >> 3) & 7)));
@@ -80,9 +118,26 @@ void OCharStream::PutText(const char* text, size_t length) {
   while (text != end) {
     if (count == kCharStreamBlockSize) Flush();
     const size_t room = std::min<size_t>(kCharStreamBlockSize - count, end - text);
+    // Checked and copied eight bytes at a time, without a branch per byte,
+    // then byte by byte: most texts are short, and a call to memcpy would
+    // cost more than the copy.
+    unsigned char* const dest = bufferData + count;
+    const unsigned char* const source = reinterpret_cast<const unsigned char*>(text);
     size_t plain = 0;
-    while (plain < room && !special[static_cast<unsigned char>(text[plain])]) ++plain;
-    std::memcpy(bufferData + count, text, plain);
+    while (plain + 8 <= room) {
+      const unsigned char* const group = source + plain;
+      if (special[group[0]] | special[group[1]] | special[group[2]] | special[group[3]] |
+          special[group[4]] | special[group[5]] | special[group[6]] | special[group[7]]) {
+        break;
+      }
+      std::memcpy(dest + plain, group, 8);
+      plain += 8;
+    }
+    while (plain < room) {
+      const unsigned char byte = static_cast<unsigned char>(text[plain]);
+      if (special[byte]) break;
+      dest[plain++] = byte;
+    }
     count += plain;
     text += plain;
     if (plain < room) PutEscaped(static_cast<unsigned char>(*text++));

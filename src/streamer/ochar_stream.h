@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "streamer/atom_cache.h"
 #include "streamer/char_stream.h"
 
 namespace NPOSStreamerImpl {
@@ -30,9 +31,18 @@ class OCharStream final : public CharStream {
     }
   }
 
+  // The atoms of the dictionary keys the writer looked up last, for the time
+  // of one write: the dictionaries of a document share their keys.
+  AtomCache atoms;
+
   // PutChar of each of the `length` bytes at `text`; runs of bytes that need
   // no escape are copied into the block as they are.
   void PutText(const char* text, size_t length);
+
+  // PutText of a text made only of ASCII digits, '+', '-', '.' and 'e':
+  // where none of these needs an escape under the current table, which is
+  // asked once per table, the bytes are copied without a look at each.
+  void PutDecimal(const char* text, size_t length);
 
   // Stores `c` unescaped. A full block is written only when one more byte
   // arrives, so a stream is never written early. Closing bytes go here.
@@ -47,13 +57,34 @@ class OCharStream final : public CharStream {
   struct SpecialBytes {
     const char* escapes;
     bool special[256];
+    // No byte of a decimal text is special.
+    bool decimalPlain;
   };
   // A stream meets a handful of tables, one per form; each is made once.
   static constexpr int kTableCache = 8;
 
   const bool* Special() {
-    if (params.escapes != fSpecialFor) SelectSpecial();
+    if (params.escapes != fSpecialFor) SwitchSpecial();
     return fSpecial;
+  }
+  bool DecimalPlain() {
+    if (params.escapes != fSpecialFor) SwitchSpecial();
+    return fDecimalPlain;
+  }
+  // Writing goes back and forth between two forms most of the time (a
+  // container and its members): the table before the current one is kept
+  // at hand.
+  void SwitchSpecial() {
+    const SpecialBytes* previous = fPrevious;
+    fPrevious = fCurrent;
+    if (previous != nullptr && previous->escapes == params.escapes) {
+      fCurrent = previous;
+      fSpecialFor = previous->escapes;
+      fSpecial = previous->special;
+      fDecimalPlain = previous->decimalPlain;
+      return;
+    }
+    SelectSpecial();
   }
   void SelectSpecial();
   // The rules of PutChar for a byte of Special().
@@ -65,6 +96,10 @@ class OCharStream final : public CharStream {
   int fTableCount;
   const char* fSpecialFor;
   const bool* fSpecial;
+  bool fDecimalPlain;
+  // The tables of the current escapes and of the escapes before them.
+  const SpecialBytes* fCurrent = nullptr;
+  const SpecialBytes* fPrevious = nullptr;
 };
 
 }  // namespace NTypeAImpl

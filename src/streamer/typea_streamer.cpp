@@ -44,6 +44,10 @@ CPOSObject TypeAStreamer::ReadObject(ICharStream& in) {
   CheckStackReserve();
   char openChar;
   if (!in.GetNonSpaceChar(&openChar)) return CPOSObject();
+  return ReadForm(in, openChar);
+}
+
+CPOSObject TypeAStreamer::ReadForm(ICharStream& in, char openChar) {
   ReadRoutine routine = nullptr;
   const StreamingParams* form = LookupReadParams(openChar, &routine);
   if (form == nullptr || routine == nullptr) {
@@ -56,11 +60,15 @@ CPOSObject TypeAStreamer::ReadObject(ICharStream& in) {
 }
 
 void TypeAStreamer::PutLineBreak(OCharStream& out) const {
-  static const char kTabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
-  constexpr int32_t kTabRun = sizeof kTabs - 1;
-  out.PutChar('\n');
-  for (int32_t level = 0; level < indentDepth; level += kTabRun) {
-    out.PutText(kTabs, static_cast<size_t>(std::min(kTabRun, indentDepth - level)));
+  // The LF and the first run of TABs go in one call; deeper levels take
+  // further runs of TABs.
+  static const char kBreak[] = "\n\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
+  constexpr int32_t kTabRun = sizeof kBreak - 2;
+  const char* const tabs = kBreak + 1;
+  const int32_t first = std::max(0, std::min(kTabRun, indentDepth));
+  out.PutText(kBreak, static_cast<size_t>(1 + first));
+  for (int32_t level = kTabRun; level < indentDepth; level += kTabRun) {
+    out.PutText(tabs, static_cast<size_t>(std::min(kTabRun, indentDepth - level)));
   }
 }
 

@@ -51,6 +51,8 @@ class TypeAStreamer : public StreamerBase {
   // when the enclosing form closes where an object should begin; "Cannot
   // determine streaming params" for a byte that opens no form.
   virtual MOX_T_MT::CPOSObject ReadObject(ICharStream& in);
+  // ReadObject after its stack check and its opening byte `openChar`.
+  MOX_T_MT::CPOSObject ReadForm(ICharStream& in, char openChar);
 
   // The form opened by `openChar` and its read routine, or null and null.
   virtual const StreamingParams* LookupReadParams(char openChar, ReadRoutine* routine) const = 0;

@@ -39,14 +39,16 @@ struct WriteEntry {
   WriteRoutine routine;
 };
 
+// The classes are disjoint, so the order decides nothing but the cost: the
+// classes that trees are mostly made of are asked first.
 const WriteEntry kWriteEntries[] = {
     {&CPOSNumber::Is, &kNumberForm, &WriteNumber},
     {&CPOSString::Is, &kStringForm, &WriteString},
+    {&CPOSDict::Is, &kDictForm, &WriteDict},
+    {&CPOSArray::Is, &kArrayForm, &WriteArray},
     {&CPOSUnicodeString::Is, &kUnicodeStringForm, &WriteUnicodeString},
     {&CPOSBinData::Is, &kBinDataForm, &WriteBinData},
     {&CPOSRawPointer::Is, &kRawPointerForm, &WriteRawPointer},
-    {&CPOSArray::Is, &kArrayForm, &WriteArray},
-    {&CPOSDict::Is, &kDictForm, &WriteDict},
 };
 
 }  // namespace

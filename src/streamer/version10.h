@@ -21,7 +21,7 @@
 namespace NPOSStreamerImpl {
 namespace NTypeAImpl {
 
-// The forms, in the order in which both lookups try them.
+// The forms.
 extern const StreamingParams kNumberForm;
 extern const StreamingParams kStringForm;
 extern const StreamingParams kUnicodeStringForm;
@@ -36,8 +36,10 @@ class Version10 : public TypeAStreamer {
 
   const char* VersionName() const override { return kVersionName; }
   const StreamingParams* LookupReadParams(char openChar, ReadRoutine* routine) const override;
-  // Asks the object's class through the interfaces, quietly; the classes are
-  // disjoint, so the order never decides.
+  // Asks the object's class through the interfaces, quietly, the common
+  // classes first; the classes are disjoint, so the order never decides. A
+  // write routine is entered only after its class said yes, and the class's
+  // client table is then fresh.
   const StreamingParams* LookupWriteParams(const MOX_T_MT::CPOSObject& object,
                                            WriteRoutine* routine) const override;
 };

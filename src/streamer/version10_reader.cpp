@@ -9,6 +9,8 @@
 
 #include "binding/errors.h"
 #include "binding/host_tables.h"
+#include "binding/stack_guard.h"
+#include "binding/string_holder.h"
 #include "pos/pos_client.h"
 #include "streamer/number_text.h"
 #include "streamer/version10.h"
@@ -42,9 +44,80 @@ class GrowingBlock {
   uint64_t fBytes;
 };
 
+// The text of a String form as it is read: most texts are short and stay on
+// the stack; a longer one moves to the runtime's memory and grows there by
+// doubling, freed on every way out.
+class TextBuffer {
+ public:
+  TextBuffer() : fData(fLocal), fBytes(sizeof fLocal) {}
+  TextBuffer(const TextBuffer&) = delete;
+  TextBuffer& operator=(const TextBuffer&) = delete;
+  ~TextBuffer() {
+    if (fData != fLocal) MOXMemory::Free(fData);
+  }
+
+  void Double() {
+    if (fData == fLocal) {
+      char* moved = static_cast<char*>(MOXMemory::AllocOrThrow(fBytes * 2));
+      std::memcpy(moved, fLocal, fBytes);
+      fData = moved;
+    } else {
+      fData = static_cast<char*>(MOXMemory::ReallocOrThrow(fData, fBytes * 2));
+    }
+    fBytes *= 2;
+  }
+  char* Data() const { return fData; }
+  uint64_t Bytes() const { return fBytes; }
+
+ private:
+  char fLocal[256];
+  char* fData;
+  uint64_t fBytes;
+};
+
+// Reads the content of a String form, up to and including its closing byte,
+// into `text`, terminated. A zero byte from "\000" ends the text there.
+void ReadStringText(ICharStream& in, TextBuffer& text) {
+  uint64_t length = 0;
+  for (;;) {
+    length += in.TakeRun(text.Data() + length, text.Bytes() - length);
+    if (length == text.Bytes()) {
+      text.Double();
+      continue;
+    }
+    char c;
+    if (!in.GetChar(&c)) break;
+    text.Data()[length++] = c;
+    if (length == text.Bytes()) text.Double();
+  }
+  // The doubling above always leaves room for the terminator.
+  text.Data()[length] = 0;
+}
+
+// The key of the next entry of a dictionary, as its atom; false where the
+// dictionary closes. A key in the String form is read straight into its
+// atom, with no String object made for it, under the same stack check as
+// ReadObject. Any other object is read as ReadObject reads it and then
+// refused, as the conversion to a String refuses it.
+bool ReadKey(TypeAStreamer& streamer, ICharStream& in, CMOXStringHolder* key) {
+  CheckStackReserve();
+  char openChar;
+  if (!in.GetNonSpaceChar(&openChar)) return false;
+  if (openChar == kStringForm.openChar) {
+    ScopedParams scope(in, kStringForm);
+    TextBuffer text;
+    ReadStringText(in, text);
+    *key = in.atoms.Get(text.Data(), std::strlen(text.Data()));
+    return true;
+  }
+  CPOSString keyObject(streamer.ReadForm(in, openChar));
+  *key = CMOXStringHolder(keyObject.Get());
+  return true;
+}
+
 // Room for 63 bytes of number text and a terminator.
 constexpr uint64_t kNumberTextLimit = 63;
-// Strings start with room for 32 bytes, Unicode strings for 32 units.
+// Unicode strings start with room for 32 units.
 constexpr uint64_t kInitialUnits = 32;
 
 // The byte count of a binary data object from its size number. The value is
@@ -75,23 +148,9 @@ void ReadNumber(CPOSObject* result, TypeAStreamer&, ICharStream& in) {
 }
 
 void ReadString(CPOSObject* result, TypeAStreamer&, ICharStream& in) {
-  GrowingBlock block(kInitialUnits);
-  uint64_t length = 0;
-  for (;;) {
-    length += in.TakeRun(static_cast<char*>(block.Data()) + length, block.Bytes() - length);
-    if (length == block.Bytes()) {
-      block.Double();
-      continue;
-    }
-    char c;
-    if (!in.GetChar(&c)) break;
-    static_cast<char*>(block.Data())[length++] = c;
-    if (length == block.Bytes()) block.Double();
-  }
-  // The doubling above always leaves room for the terminator. A zero byte
-  // from "\000" ends the string there.
-  static_cast<char*>(block.Data())[length] = 0;
-  *result = CPOSString::New(static_cast<const char*>(block.Data()));
+  TextBuffer text;
+  ReadStringText(in, text);
+  *result = CPOSString::New(text.Data());
 }
 
 void ReadUnicodeString(CPOSObject* result, TypeAStreamer&, ICharStream& in) {
@@ -157,15 +216,17 @@ void ReadRawPointer(CPOSObject*, TypeAStreamer&, ICharStream&) {
 
 void ReadArray(CPOSObject* result, TypeAStreamer& streamer, ICharStream& in) {
   CPOSArray array = CPOSArray::New();
+  // The array is new and no one else sees it: it holds what was appended.
+  uint32_t count = 0;
   for (;;) {
     CPOSObject member = streamer.ReadObject(in);
     if (member.IsEmpty()) break;
-    const uint32_t before = array.Count();
     array.Append(member);
     // Append reports its own failure and returns; the only one a valid member
     // can meet is exhausted memory, and a tree with a hole in it must not
     // pass for the one in the stream.
-    if (array.Count() == before) throw std::bad_alloc();
+    if (array.Count() == count) throw std::bad_alloc();
+    ++count;
   }
   *result = array;
 }
@@ -173,17 +234,19 @@ void ReadArray(CPOSObject* result, TypeAStreamer& streamer, ICharStream& in) {
 void ReadDict(CPOSObject* result, TypeAStreamer& streamer, ICharStream& in) {
   CPOSDict dict = CPOSDict::New();
   for (;;) {
-    CPOSObject keyObject = streamer.ReadObject(in);
-    if (keyObject.IsEmpty()) break;
-    CPOSString key(keyObject);
+    CMOXStringHolder key;
+    if (!ReadKey(streamer, in, &key)) break;
     CPOSObject value = streamer.ReadObject(in);
     if (value.IsEmpty()) throw POSException("missing dictionary value");
     // A repeated key replaces the earlier value.
-    CMOXStringHolder keyAtom(key.Get());
-    dict.Put(keyAtom, value);
+    dict.Put(key, value);
     // As for arrays: Put reports a failure and returns, and then the key does
-    // not hold the value just read.
-    if (dict.Get(keyAtom, true).Container() != value.Container()) throw std::bad_alloc();
+    // not hold the value just read. The value is only looked at, so the
+    // Get slot is asked directly, without a reference of its own.
+    if (gPOSDictClient.Proc<POSDictSlots::Get>()(dict.Container(), key.Atom()) !=
+        value.Container()) {
+      throw std::bad_alloc();
+    }
   }
   *result = dict;
 }

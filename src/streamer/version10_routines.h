@@ -2,8 +2,9 @@
 // emits the content between the opening and the closing byte; a read routine
 // consumes everything after the opening byte, the closing byte included.
 //
-// Every routine reaches the objects only through the client handles of the
-// object model, as any other component would.
+// Every routine reaches the objects only through the client side of the
+// object model (its typed handles, or the slots of their client tables), as
+// any other component would.
 #ifndef MOXUTILS_STREAMER_VERSION10_ROUTINES_H_
 #define MOXUTILS_STREAMER_VERSION10_ROUTINES_H_
 
@@ -34,8 +35,9 @@ void ReadDict(MOX_T_MT::CPOSObject* result, TypeAStreamer& streamer, ICharStream
 // Trims the "%.32g" text of a number in place: when it holds only
 // "+-0123456789.," and at least one '.' or ',', trailing zeros go, and then a
 // trailing '.' or ','; the first character always stays. Exponent forms,
-// "inf" and "nan" stay as they are. Returns the new length.
-size_t TrimNumberText(char* text);
+// "inf" and "nan" stay as they are. `length` is the text's, without the
+// terminator. Returns the new length.
+size_t TrimNumberText(char* text, size_t length);
 
 }  // namespace NTypeAImpl
 }  // namespace NPOSStreamerImpl

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "binding/stack_guard.h"
 #include "pos/pos_client.h"
 #include "streamer/number_text.h"
 #include "streamer/version10.h"
@@ -21,30 +22,60 @@ void PutText(OCharStream& out, const char* text) {
   out.PutText(text, std::strlen(text));
 }
 
+// The String form around `text`, as WriteObject writes a String object of
+// it: the stack check, the opening byte under the enclosing form, the text
+// under the String form, the closing byte raw. Dictionary keys go out this
+// way without a String object made for each.
+void WriteStringForm(OCharStream& out, const char* text) {
+  CheckStackReserve();
+  out.PutChar(kStringForm.openChar);
+  ScopedParams scope(out, kStringForm);
+  PutText(out, text);
+  out.Store(kStringForm.closeChar);
+}
+
 }  // namespace
 
-size_t TrimNumberText(char* text) {
-  size_t length = std::strlen(text);
-  if (std::strspn(text, "+-0123456789.,") != length) return length;
-  if (std::strpbrk(text, ".,") == nullptr) return length;
+size_t TrimNumberText(char* text, size_t length) {
+  // One pass for both questions: only "+-0123456789.,", and a separator.
+  bool separator = false;
+  for (size_t i = 0; i < length; ++i) {
+    const char c = text[i];
+    if (c == '.' || c == ',') {
+      separator = true;
+    } else if (!((c >= '0' && c <= '9') || c == '+' || c == '-')) {
+      return length;
+    }
+  }
+  if (!separator) return length;
   while (length > 1 && text[length - 1] == '0') --length;
   if (length > 1 && (text[length - 1] == '.' || text[length - 1] == ',')) --length;
   text[length] = 0;
   return length;
 }
 
+// Numbers and strings, the leaves of most trees, are read through the slots
+// of their client table, which the lookup has just refreshed and asked: a
+// typed handle would only ask the class a second time.
 void WriteNumber(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
-  CPOSNumber number(object);
+  const double value = gPOSNumberClient.Proc<POSNumberSlots::Get>()(object.Container());
   // 32 significant digits are more than a double needs, so every finite
   // value reads back exactly. The separator is the locale's.
   char text[kNumberTextSize];
-  FormatNumberText(number.Get(), text);
-  out.PutText(text, TrimNumberText(text));
+  bool decimal = false;
+  size_t length = FormatNumberText(value, text, &decimal);
+  // Only a text that ends in '0' or a separator can lose anything.
+  const char last = text[length - 1];
+  if (last == '0' || last == '.' || last == ',') length = TrimNumberText(text, length);
+  if (decimal) {
+    out.PutDecimal(text, length);
+  } else {
+    out.PutText(text, length);
+  }
 }
 
 void WriteString(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
-  CPOSString string(object);
-  PutText(out, string.Get());
+  PutText(out, gPOSStringClient.Proc<POSStringSlots::Get>()(object.Container()));
 }
 
 void WriteUnicodeString(TypeAStreamer&, OCharStream& out, const CPOSObject& object) {
@@ -106,14 +137,15 @@ void WriteArray(TypeAStreamer& streamer, OCharStream& out, const CPOSObject& obj
 void WriteDict(TypeAStreamer& streamer, OCharStream& out, const CPOSObject& object) {
   CPOSDict dict(object);
   ++streamer.indentDepth;
-  // The iterator's order, ascending by key; nothing is sorted here.
+  // The iterator's order, ascending by key; nothing is sorted here. A new
+  // iterator stands on the first key already.
   CPOSDictIterator iterator(dict);
-  for (iterator.Begin(); !iterator.IsDone(); iterator.Next()) {
+  for (; !iterator.IsDone(); iterator.Next()) {
     const char* key = iterator.CurKey();
     streamer.PutLineBreak(out);
-    streamer.WriteObject(out, CPOSString::New(key));
+    WriteStringForm(out, key);
     out.PutChar(' ');
-    streamer.WriteObject(out, dict.Get(key));
+    streamer.WriteObject(out, dict.Get(out.atoms.Find(key)));
   }
   --streamer.indentDepth;
   streamer.PutLineBreak(out);

@@ -112,6 +112,48 @@ TEST(MemoryStreamTest, ReadWriteAndTheThreeSeekModes) {
   EXPECT_EQ(stream.Read(100), std::string("hello world\0\0!", 14));
 }
 
+// Writes, seeks past the end and reads that start, end and cross the places
+// where the memory of a stream grows (4, 8, 16, 32 and 64 KiB, then every
+// 64 KiB), against a string that does the same; a copy reads the same bytes.
+TEST(MemoryStreamTest, BytesAcrossEveryPlaceWhereTheStreamGrows) {
+  moxtest::ScopedCountsCheck counts;
+  // A stream that dies first leaves memory full of bytes that are not zeros,
+  // which the next streams may be given.
+  EXPECT_EQ(Stream(NewMemoryStream()).Write(std::string(1 << 20, 'x')), "");
+  Stream stream(NewMemoryStream());
+  std::string model;
+  const auto write = [&](int64_t at, size_t size, char fill) {
+    SCOPED_TRACE(at);
+    EXPECT_EQ(stream.Seek(at, 0), "");
+    std::string bytes(size, fill);
+    for (size_t i = 0; i < size; i += 7) bytes[i] = static_cast<char>(i / 7);
+    EXPECT_EQ(stream.Write(bytes), "");
+    if (model.size() < at + size) model.resize(at + size, '\0');
+    model.replace(static_cast<size_t>(at), size, bytes);
+    EXPECT_EQ(stream.Mark(), static_cast<int64_t>(at + size));
+  };
+  const struct {
+    int64_t at;
+    size_t size;
+  } kWrites[] = {
+      {0, 4095},       {4095, 2},   {4097, 10000},   {20000, 0},  // a gap, no bytes
+      {30000, 40000},  {65535, 1},  {70000, 200000}, {131071, 2},
+      {300000, 65536}, {365600, 3}, {100, 300000},   {500000, 1},  // a gap over segments
+  };
+  char fill = 'a';
+  for (const auto& w : kWrites) write(w.at, w.size, fill++);
+  ASSERT_EQ(model.size(), 500001u);
+  EXPECT_EQ(stream.Seek(0, 2), "");
+  EXPECT_EQ(stream.Mark(), 500001);
+  for (int64_t at : {0, 4090, 8191, 65530, 131072, 499990}) {
+    EXPECT_EQ(stream.Seek(at, 0), "");
+    EXPECT_EQ(stream.Read(70000), model.substr(static_cast<size_t>(at), 70000)) << at;
+  }
+  Stream copy(stream.Copy());
+  EXPECT_EQ(copy.Read(1000000), model);
+  EXPECT_EQ(copy.Read(1), "") << "at the end";
+}
+
 TEST(BufferStreamTest, ReadsStopAndWritesFailAtTheBufferEnd) {
   moxtest::ScopedCountsCheck counts;
   char bytes[] = "0123456789";
