@@ -8,8 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "faults.h"
 #include "MOXRuntimeProcs.h"
+#include "block_cache.h"
+#include "faults.h"
 #include "reports.h"
 #include "spin_lock.h"
 #include "stats.h"
@@ -34,7 +35,7 @@ class AtomTable {
     if (Atom* found = Lookup(shard, text, length, hash)) {
       if (TryRetainLive(found)) return found;
     }
-    Atom* atom = static_cast<Atom*>(std::malloc(sizeof(Atom) + length + 1));
+    Atom* atom = static_cast<Atom*>(TakeBlock(sizeof(Atom) + length + 1));
     if (atom == nullptr) return nullptr;
     new (&atom->refs) std::atomic<int64_t>(1);
     atom->hash = hash;
@@ -53,9 +54,8 @@ class AtomTable {
     return Lookup(shard, text, length, hash);
   }
 
-  void Release(Atom* atom) {
-    const int64_t before = atom->refs.fetch_sub(1, std::memory_order_acq_rel);
-    if (before > 1) return;
+  // The end of a release that brought the count from `before`, 1 or less.
+  void EndRelease(Atom* atom, int64_t before) {
     if (before < 1) {
       ReportMisuse("DeleteStringAtom: atom \"%s\" released more often than referenced",
                    atom->Text());
@@ -71,8 +71,9 @@ class AtomTable {
       *link = atom->next;
       --shard.size;
     }
+    const size_t bytes = sizeof(Atom) + atom->length + 1;
     atom->refs.~atomic();
-    std::free(atom);
+    GiveBlock(atom, bytes);
     Count(Counter::kAtoms, -1);
   }
 
@@ -173,8 +174,8 @@ MOXStringAtom PermanentAtom(const char* text) {
   return atom;
 }
 
-void ReleaseAtom(MOXStringAtom atom) {
-  if (atom != nullptr) AtomTable::Get().Release(atom);
+void atoms_internal::EndRelease(MOXStringAtom atom, int64_t before) {
+  AtomTable::Get().EndRelease(atom, before);
 }
 
 MOXStringAtom FindAtom(const char* text) {

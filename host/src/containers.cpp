@@ -21,14 +21,18 @@ constexpr uint32_t kDying = Container::kDying;
 static_assert(std::is_standard_layout<Container>::value, "offsetof needs a standard layout");
 static_assert(offsetof(Container, record) != 0, "components take 0 for an unset offset");
 
-Container* AllocateContainer() {
+Container* AllocateContainer(CountBlock counts) {
   void* block = TakeBlock(sizeof(Container));
   if (block == nullptr) return nullptr;
   Container* container = new (block) Container;
   container->instances = &container->ownInstances;
   container->ownInstances.block = container;
-  Count(Counter::kContainers, 1);
+  Count(counts, Counter::kContainers, 1);
   return container;
+}
+
+Container* AllocateContainer() {
+  return AllocateContainer(ThisThreadCounts());
 }
 
 void FreeInstanceSet(InstanceSet* set) {
@@ -340,7 +344,9 @@ MOXErrorRef NewFullContainer(MOXContainer* out, void* instance, MOXStringAtom in
     return MakeError(kInvalidArgument, "NewFullContainer: null out-parameter");
   }
   *out = nullptr;
-  Container* container = ShouldFail(Fault::kContainer) ? nullptr : AllocateContainer();
+  const CountBlock counts = ThisThreadCounts();
+  Container* container =
+      ShouldFail(counts, Fault::kContainer) ? nullptr : AllocateContainer(counts);
   if (container == nullptr) {
     if (destroy != nullptr) destroy(instance);
     return OutOfMemoryError();
