@@ -167,17 +167,25 @@ bool Decrement(Container* container, const char* caller, uint32_t* after) {
 
 void Release(MOXContainer container) {
   if (container == nullptr) return;
-  // The last reference, the common case: from one straight to dying.
-  uint32_t last = 1;
-  if (container->refs.compare_exchange_strong(last, kDying, std::memory_order_acq_rel)) {
-    Destroy(container);
-    return;
+  // One atomic operation either way: a last reference goes from one straight
+  // to dying, any other only down by one. A container shared with a clone is
+  // released as often as it is made.
+  uint32_t refs = container->refs.load(std::memory_order_relaxed);
+  for (;;) {
+    if (refs == 0 || (refs & kDying) != 0) {
+      ReportMisuse("%s: container %p is %s", "Release", static_cast<void*>(container),
+                   refs == 0 ? "at count zero" : "being destroyed");
+      return;
+    }
+    if (refs == 1) {
+      if (container->refs.compare_exchange_weak(refs, kDying, std::memory_order_acq_rel)) {
+        Destroy(container);
+        return;
+      }
+    } else if (container->refs.compare_exchange_weak(refs, refs - 1, std::memory_order_acq_rel)) {
+      return;
+    }
   }
-  uint32_t after = 0;
-  if (!Decrement(container, "Release", &after) || after != 0) return;
-  // Somebody may AddRef the container between the two steps: it is then
-  // theirs, alive at count one, and their Release destroys it.
-  if (ClaimForDestruction(container)) Destroy(container);
 }
 
 void DecrementWithoutDelete(MOXContainer container) {
