@@ -42,6 +42,9 @@ class Dict final : public BaseObject {
   // The same with the caller's references, which a failure leaves with the
   // caller.
   void InsertValue(CMOXStringHolder&& key, CPOSObject&& value);
+  void InsertValue(const CMOXStringHolder& key, CPOSObject&& value) {
+    InsertValue(CMOXStringHolder(key), static_cast<CPOSObject&&>(value));
+  }
   // Removes `key`; an absent key changes nothing but the shape of the tree.
   void EraseKey(const char* key);
 
