@@ -5,7 +5,6 @@
 #include <cstring>
 #include <mutex>
 #include <new>
-#include <string_view>
 #include <vector>
 
 #include "MOXRuntimeProcs.h"
@@ -20,6 +19,27 @@ namespace {
 
 using Atom = MOXStringAtomOpaque;
 
+// A hash of the text, eight bytes a step: names are short, and a general
+// byte-wise hash costs more than the rest of a lookup. Both ends of the
+// result are mixed, for the shard (high bits) and the bucket (low bits).
+size_t HashText(const char* text, size_t length) {
+  uint64_t hash = 0x9e3779b97f4a7c15ULL ^ length;
+  size_t at = 0;
+  for (; at + 8 <= length; at += 8) {
+    uint64_t word;
+    std::memcpy(&word, text + at, 8);
+    hash = (hash ^ word) * 0xbf58476d1ce4e5b9ULL;
+    hash ^= hash >> 31;
+  }
+  uint64_t tail = 0;
+  for (size_t i = at; i < length; ++i) tail = (tail << 8) | static_cast<unsigned char>(text[i]);
+  hash = (hash ^ tail) * 0x94d049bb133111ebULL;
+  hash ^= hash >> 32;
+  hash *= 0xbf58476d1ce4e5b9ULL;
+  hash ^= hash >> 29;
+  return static_cast<size_t>(hash);
+}
+
 class AtomTable {
  public:
   static AtomTable& Get() {
@@ -29,7 +49,7 @@ class AtomTable {
 
   Atom* Intern(const char* text) {
     const size_t length = std::strlen(text);
-    const size_t hash = std::hash<std::string_view>()(std::string_view(text, length));
+    const size_t hash = HashText(text, length);
     Shard& shard = ShardOf(hash);
     std::lock_guard<SpinLock> lock(shard.mu);
     if (Atom* found = Lookup(shard, text, length, hash)) {
@@ -48,7 +68,7 @@ class AtomTable {
 
   Atom* Find(const char* text) {
     const size_t length = std::strlen(text);
-    const size_t hash = std::hash<std::string_view>()(std::string_view(text, length));
+    const size_t hash = HashText(text, length);
     Shard& shard = ShardOf(hash);
     std::lock_guard<SpinLock> lock(shard.mu);
     return Lookup(shard, text, length, hash);
