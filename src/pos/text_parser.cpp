@@ -80,10 +80,10 @@ CPOSObject Hold(BaseObject* object) {
   return Hold(new Number(value));
 }
 
-// The body of the parenthesised string that opens at `start`, or, when the
+// The body of the parenthesised string that opens at the cursor, or, when the
 // text ends inside it, the syntax error of a text that ends too early
-// (reading on past the end is not an option). The cursor ends one past the
-// closing parenthesis.
+// (reading on past the end is not an option; a Unicode string is read the
+// same way). The cursor ends one past the closing parenthesis.
 const char* ParenthesisedBody(const char*& cursor, const char** close) {
   const char* const body = cursor + 1;
   *close = ScanParenthesisedBody(body);
