@@ -15,8 +15,8 @@ struct ThreadEnd {
         tLists.heads[c] = block->next;
         std::free(block);
       }
-      tLists.room[c] = 0;
     }
+    tLists.room = 0;
     tLists.closed = true;
   }
 };
@@ -29,9 +29,7 @@ void OpenLists() {
   if (tLists.closed) return;
   static thread_local ThreadEnd threadEnd;
   (void)threadEnd;
-  for (size_t c = 0; c < kClasses; ++c) {
-    tLists.room[c] = static_cast<int>(kBytesPerClass / ((c + 1) * kClassBytes));
-  }
+  tLists.room = kBytesPerThread;
 }
 
 }  // namespace
@@ -47,7 +45,7 @@ void GiveToHeap(void* block, size_t bytes) {
   if (kCache && block != nullptr && bytes <= kLargestCachedBlock && !tLists.open) {
     OpenLists();
     // Now with room, unless the thread's lists were emptied at its end.
-    if (tLists.room[ClassOf(bytes)] > 0) {
+    if (tLists.room >= (ClassOf(bytes) + 1) * kClassBytes) {
       GiveBlock(block, bytes);
       return;
     }

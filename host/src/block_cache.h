@@ -6,11 +6,11 @@
 //
 // Blocks of up to kLargestCachedBlock bytes are rounded up to a multiple of
 // 16 so that any block of a class serves any request of it; larger ones go
-// to malloc and free directly. Each thread keeps up to kBytesPerClass bytes
-// of each class, enough for a tree of some thousands of objects built and
-// released again (a parse, a clone), whose blocks would otherwise go to the
-// heap and come back one by one. Builds with AddressSanitizer or
-// ThreadSanitizer take malloc and free for every block, so that a block used
+// to malloc and free directly. Each thread keeps up to kBytesPerThread bytes
+// of blocks, of whatever classes it let go, enough for a tree of some ten
+// thousands of objects built and released again (a parse, a clone, a read),
+// whose blocks would otherwise go to the heap and come back one by one. Builds with
+// AddressSanitizer or ThreadSanitizer take malloc and free for every block, so that a block used
 // after it is let go is still found.
 //
 // Any thread may take and give; a block may be given by another thread than
@@ -40,7 +40,7 @@ constexpr bool kCache = true;
 
 constexpr size_t kClassBytes = 16;
 constexpr size_t kClasses = kLargestCachedBlock / kClassBytes;
-constexpr size_t kBytesPerClass = size_t{1} << 20;
+constexpr size_t kBytesPerThread = size_t{16} << 20;
 
 struct FreeBlock {
   FreeBlock* next;
@@ -48,8 +48,8 @@ struct FreeBlock {
 
 struct FreeLists {
   FreeBlock* heads[kClasses];
-  // Blocks each list may still take before it is full.
-  int room[kClasses];
+  // Bytes the lists may still take before they are full.
+  size_t room;
   // Set once the thread's lists are ready: their room counted, and the
   // thread arranged for them to be emptied at its end. Cleared again when
   // they were emptied at its end: blocks let go after that (by the
@@ -81,7 +81,7 @@ inline void* TakeBlock(size_t bytes) {
     const size_t c = ClassOf(bytes);
     if (FreeBlock* block = tLists.heads[c]) {
       tLists.heads[c] = block->next;
-      ++tLists.room[c];
+      tLists.room += (c + 1) * kClassBytes;
       return block;
     }
   }
@@ -93,11 +93,12 @@ inline void GiveBlock(void* block, size_t bytes) {
   using namespace block_cache_internal;
   if (kCache && bytes <= kLargestCachedBlock && block != nullptr) {
     const size_t c = ClassOf(bytes);
-    if (tLists.room[c] > 0) {
+    const size_t classBytes = (c + 1) * kClassBytes;
+    if (tLists.room >= classBytes) {
       FreeBlock* freed = static_cast<FreeBlock*>(block);
       freed->next = tLists.heads[c];
       tLists.heads[c] = freed;
-      --tLists.room[c];
+      tLists.room -= classBytes;
       return;
     }
   }
