@@ -5,11 +5,11 @@
 #include <cstring>
 #include <mutex>
 #include <new>
-#include <string_view>
 #include <vector>
 
-#include "faults.h"
 #include "MOXRuntimeProcs.h"
+#include "block_cache.h"
+#include "faults.h"
 #include "reports.h"
 #include "spin_lock.h"
 #include "stats.h"
@@ -18,6 +18,27 @@ namespace moxhost {
 namespace {
 
 using Atom = MOXStringAtomOpaque;
+
+// A hash of the text, eight bytes a step: names are short, and a general
+// byte-wise hash costs more than the rest of a lookup. Both ends of the
+// result are mixed, for the shard (high bits) and the bucket (low bits).
+size_t HashText(const char* text, size_t length) {
+  uint64_t hash = 0x9e3779b97f4a7c15ULL ^ length;
+  size_t at = 0;
+  for (; at + 8 <= length; at += 8) {
+    uint64_t word;
+    std::memcpy(&word, text + at, 8);
+    hash = (hash ^ word) * 0xbf58476d1ce4e5b9ULL;
+    hash ^= hash >> 31;
+  }
+  uint64_t tail = 0;
+  for (size_t i = at; i < length; ++i) tail = (tail << 8) | static_cast<unsigned char>(text[i]);
+  hash = (hash ^ tail) * 0x94d049bb133111ebULL;
+  hash ^= hash >> 32;
+  hash *= 0xbf58476d1ce4e5b9ULL;
+  hash ^= hash >> 29;
+  return static_cast<size_t>(hash);
+}
 
 class AtomTable {
  public:
@@ -28,13 +49,13 @@ class AtomTable {
 
   Atom* Intern(const char* text) {
     const size_t length = std::strlen(text);
-    const size_t hash = std::hash<std::string_view>()(std::string_view(text, length));
+    const size_t hash = HashText(text, length);
     Shard& shard = ShardOf(hash);
     std::lock_guard<SpinLock> lock(shard.mu);
     if (Atom* found = Lookup(shard, text, length, hash)) {
       if (TryRetainLive(found)) return found;
     }
-    Atom* atom = static_cast<Atom*>(std::malloc(sizeof(Atom) + length + 1));
+    Atom* atom = static_cast<Atom*>(TakeBlock(sizeof(Atom) + length + 1));
     if (atom == nullptr) return nullptr;
     new (&atom->refs) std::atomic<int64_t>(1);
     atom->hash = hash;
@@ -47,15 +68,14 @@ class AtomTable {
 
   Atom* Find(const char* text) {
     const size_t length = std::strlen(text);
-    const size_t hash = std::hash<std::string_view>()(std::string_view(text, length));
+    const size_t hash = HashText(text, length);
     Shard& shard = ShardOf(hash);
     std::lock_guard<SpinLock> lock(shard.mu);
     return Lookup(shard, text, length, hash);
   }
 
-  void Release(Atom* atom) {
-    const int64_t before = atom->refs.fetch_sub(1, std::memory_order_acq_rel);
-    if (before > 1) return;
+  // The end of a release that brought the count from `before`, 1 or less.
+  void EndRelease(Atom* atom, int64_t before) {
     if (before < 1) {
       ReportMisuse("DeleteStringAtom: atom \"%s\" released more often than referenced",
                    atom->Text());
@@ -71,8 +91,9 @@ class AtomTable {
       *link = atom->next;
       --shard.size;
     }
+    const size_t bytes = sizeof(Atom) + atom->length + 1;
     atom->refs.~atomic();
-    std::free(atom);
+    GiveBlock(atom, bytes);
     Count(Counter::kAtoms, -1);
   }
 
@@ -173,8 +194,8 @@ MOXStringAtom PermanentAtom(const char* text) {
   return atom;
 }
 
-void ReleaseAtom(MOXStringAtom atom) {
-  if (atom != nullptr) AtomTable::Get().Release(atom);
+void atoms_internal::EndRelease(MOXStringAtom atom, int64_t before) {
+  AtomTable::Get().EndRelease(atom, before);
 }
 
 MOXStringAtom FindAtom(const char* text) {

@@ -33,8 +33,20 @@ namespace moxhost {
 MOXStringAtom InternAtom(const char* text);
 // An atom the runtime keeps for the life of the process.
 MOXStringAtom PermanentAtom(const char* text);
-// Drops one reference; accepts null.
-void ReleaseAtom(MOXStringAtom atom);
+namespace atoms_internal {
+// After a release that brought the count of `atom` from `before` to
+// `before - 1` when `before` was 1 or less: ends the atom, or reports the
+// misuse.
+void EndRelease(MOXStringAtom atom, int64_t before);
+}  // namespace atoms_internal
+
+// Drops one reference; accepts null. A reference that is not the last costs
+// the count alone.
+inline void ReleaseAtom(MOXStringAtom atom) {
+  if (atom == nullptr) return;
+  const int64_t before = atom->refs.fetch_sub(1, std::memory_order_acq_rel);
+  if (__builtin_expect(before <= 1, 0)) atoms_internal::EndRelease(atom, before);
+}
 // Adds one reference; accepts null.
 inline MOXStringAtom RetainAtom(MOXStringAtom atom) {
   if (atom != nullptr) atom->refs.fetch_add(1, std::memory_order_relaxed);

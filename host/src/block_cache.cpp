@@ -3,46 +3,11 @@
 #include <cstdlib>
 
 namespace moxhost {
+namespace block_cache_internal {
+
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kCache = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool kCache = false;
-#else
-constexpr bool kCache = true;
-#endif
-#else
-constexpr bool kCache = true;
-#endif
-
-constexpr size_t kClassBytes = 16;
-constexpr size_t kClasses = kLargestCachedBlock / kClassBytes;
-// Enough for the churn of one thread; beyond it blocks go back to the heap.
-constexpr int kBlocksPerClass = 64;
-
-struct FreeBlock {
-  FreeBlock* next;
-};
-
-struct FreeLists {
-  FreeBlock* heads[kClasses];
-  int counts[kClasses];
-  // Set once the thread has arranged for its lists to be emptied at its end.
-  bool emptiedAtEnd;
-  // Set when the thread's lists were emptied at its end: blocks let go after
-  // that (by the destructors of other thread-local or static objects) go
-  // back to the heap.
-  bool closed;
-};
-
-// Constant-initialised, and in the executable's own thread-local block (the
-// runtime is linked into programs, never loaded), so that each access is a
-// plain load off the thread pointer.
-__attribute__((tls_model("initial-exec"))) thread_local FreeLists tLists = {};
-
-// Empties the lists when the thread ends.
+// Empties the lists when the thread ends, and leaves them without room.
 struct ThreadEnd {
   ~ThreadEnd() {
     for (size_t c = 0; c < kClasses; ++c) {
@@ -50,49 +15,43 @@ struct ThreadEnd {
         tLists.heads[c] = block->next;
         std::free(block);
       }
-      tLists.counts[c] = 0;
     }
+    tLists.room = 0;
     tLists.closed = true;
   }
 };
 
-size_t ClassOf(size_t bytes) {
-  return bytes == 0 ? 0 : (bytes - 1) / kClassBytes;
+// Gives the lists their room, once per thread, and arranges for them to be
+// emptied at the thread's end. The room is zero until then, so that the
+// first block given on a thread comes here.
+void OpenLists() {
+  tLists.open = true;
+  if (tLists.closed) return;
+  static thread_local ThreadEnd threadEnd;
+  (void)threadEnd;
+  tLists.room = kBytesPerThread;
 }
 
 }  // namespace
 
-void* TakeBlock(size_t bytes) {
-  if (!kCache || bytes > kLargestCachedBlock) return std::malloc(bytes);
-  const size_t c = ClassOf(bytes);
-  if (FreeBlock* block = tLists.heads[c]) {
-    tLists.heads[c] = block->next;
-    --tLists.counts[c];
-    return block;
-  }
-  return std::malloc((c + 1) * kClassBytes);
+void* TakeFromHeap(size_t bytes) {
+  // A block of a class is as large as its class, to serve any request of it.
+  if (kCache && bytes <= kLargestCachedBlock)
+    return std::malloc((ClassOf(bytes) + 1) * kClassBytes);
+  return std::malloc(bytes);
 }
 
-void GiveBlock(void* block, size_t bytes) {
-  if (block == nullptr) return;
-  if (!kCache || bytes > kLargestCachedBlock || tLists.closed) {
-    std::free(block);
-    return;
+void GiveToHeap(void* block, size_t bytes) {
+  if (kCache && block != nullptr && bytes <= kLargestCachedBlock && !tLists.open) {
+    OpenLists();
+    // Now with room, unless the thread's lists were emptied at its end.
+    if (tLists.room >= (ClassOf(bytes) + 1) * kClassBytes) {
+      GiveBlock(block, bytes);
+      return;
+    }
   }
-  const size_t c = ClassOf(bytes);
-  if (tLists.counts[c] == kBlocksPerClass) {
-    std::free(block);
-    return;
-  }
-  if (!tLists.emptiedAtEnd) {
-    static thread_local ThreadEnd threadEnd;
-    (void)threadEnd;
-    tLists.emptiedAtEnd = true;
-  }
-  FreeBlock* freed = static_cast<FreeBlock*>(block);
-  freed->next = tLists.heads[c];
-  tLists.heads[c] = freed;
-  ++tLists.counts[c];
+  std::free(block);
 }
 
+}  // namespace block_cache_internal
 }  // namespace moxhost

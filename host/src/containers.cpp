@@ -21,14 +21,18 @@ constexpr uint32_t kDying = Container::kDying;
 static_assert(std::is_standard_layout<Container>::value, "offsetof needs a standard layout");
 static_assert(offsetof(Container, record) != 0, "components take 0 for an unset offset");
 
-Container* AllocateContainer() {
+Container* AllocateContainer(CountBlock counts) {
   void* block = TakeBlock(sizeof(Container));
   if (block == nullptr) return nullptr;
   Container* container = new (block) Container;
   container->instances = &container->ownInstances;
   container->ownInstances.block = container;
-  Count(Counter::kContainers, 1);
+  Count(counts, Counter::kContainers, 1);
   return container;
+}
+
+Container* AllocateContainer() {
+  return AllocateContainer(ThisThreadCounts());
 }
 
 void FreeInstanceSet(InstanceSet* set) {
@@ -163,17 +167,25 @@ bool Decrement(Container* container, const char* caller, uint32_t* after) {
 
 void Release(MOXContainer container) {
   if (container == nullptr) return;
-  // The last reference, the common case: from one straight to dying.
-  uint32_t last = 1;
-  if (container->refs.compare_exchange_strong(last, kDying, std::memory_order_acq_rel)) {
-    Destroy(container);
-    return;
+  // One atomic operation either way: a last reference goes from one straight
+  // to dying, any other only down by one. A container shared with a clone is
+  // released as often as it is made.
+  uint32_t refs = container->refs.load(std::memory_order_relaxed);
+  for (;;) {
+    if (refs == 0 || (refs & kDying) != 0) {
+      ReportMisuse("%s: container %p is %s", "Release", static_cast<void*>(container),
+                   refs == 0 ? "at count zero" : "being destroyed");
+      return;
+    }
+    if (refs == 1) {
+      if (container->refs.compare_exchange_weak(refs, kDying, std::memory_order_acq_rel)) {
+        Destroy(container);
+        return;
+      }
+    } else if (container->refs.compare_exchange_weak(refs, refs - 1, std::memory_order_acq_rel)) {
+      return;
+    }
   }
-  uint32_t after = 0;
-  if (!Decrement(container, "Release", &after) || after != 0) return;
-  // Somebody may AddRef the container between the two steps: it is then
-  // theirs, alive at count one, and their Release destroys it.
-  if (ClaimForDestruction(container)) Destroy(container);
 }
 
 void DecrementWithoutDelete(MOXContainer container) {
@@ -340,7 +352,9 @@ MOXErrorRef NewFullContainer(MOXContainer* out, void* instance, MOXStringAtom in
     return MakeError(kInvalidArgument, "NewFullContainer: null out-parameter");
   }
   *out = nullptr;
-  Container* container = ShouldFail(Fault::kContainer) ? nullptr : AllocateContainer();
+  const CountBlock counts = ThisThreadCounts();
+  Container* container =
+      ShouldFail(counts, Fault::kContainer) ? nullptr : AllocateContainer(counts);
   if (container == nullptr) {
     if (destroy != nullptr) destroy(instance);
     return OutOfMemoryError();

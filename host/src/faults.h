@@ -41,11 +41,16 @@ bool IsHidden(const char* interfaceName, const char* methodName);
 
 // True when this call is the one the armed fault was counting to, or one
 // after it for a fault that fails from then on. Counts the call.
-inline bool ShouldFail(Fault fault) {
-  Count(static_cast<Counter>(static_cast<int>(Counter::kFaultPointCalls) + static_cast<int>(fault)),
+inline bool ShouldFail(CountBlock counts, Fault fault) {
+  Count(counts,
+        static_cast<Counter>(static_cast<int>(Counter::kFaultPointCalls) + static_cast<int>(fault)),
         1);
   return (fault_internal::gArmed.load(std::memory_order_relaxed) & fault_internal::Bit(fault)) &&
          fault_internal::CountDown(fault);
+}
+
+inline bool ShouldFail(Fault fault) {
+  return ShouldFail(ThisThreadCounts(), fault);
 }
 
 // MOXRegisterProcAddress must refuse this method.

@@ -36,14 +36,15 @@ BlockHeader* CheckedHeader(void* block, const char* caller) {
 }
 
 void* Alloc(uint64_t size) {
-  Count(Counter::kAllocationCalls, 1);
-  if (ShouldFail(Fault::kAllocation) || size > kMaxSize) return nullptr;
+  const CountBlock counts = ThisThreadCounts();
+  Count(counts, Counter::kAllocationCalls, 1);
+  if (ShouldFail(counts, Fault::kAllocation) || size > kMaxSize) return nullptr;
   auto* header = static_cast<BlockHeader*>(TakeBlock(sizeof(BlockHeader) + size));
   if (header == nullptr) return nullptr;
   header->size = size;
   header->magic = kLiveMagic;
-  Count(Counter::kMemoryBlocks, 1);
-  Count(Counter::kMemoryBytes, static_cast<int64_t>(size));
+  Count(counts, Counter::kMemoryBlocks, 1);
+  Count(counts, Counter::kMemoryBytes, static_cast<int64_t>(size));
   return header + 1;
 }
 
@@ -51,8 +52,9 @@ void Free(void* block) {
   if (block == nullptr) return;
   BlockHeader* header = CheckedHeader(block, "Free");
   if (header == nullptr) return;
-  Count(Counter::kMemoryBlocks, -1);
-  Count(Counter::kMemoryBytes, -static_cast<int64_t>(header->size));
+  const CountBlock counts = ThisThreadCounts();
+  Count(counts, Counter::kMemoryBlocks, -1);
+  Count(counts, Counter::kMemoryBytes, -static_cast<int64_t>(header->size));
   header->magic = kFreedMagic;
   GiveBlock(header, sizeof(BlockHeader) + header->size);
 }

@@ -51,15 +51,26 @@ Block* AttachThisThread();
 
 }  // namespace stats_internal
 
-inline void Count(Counter counter, int64_t delta) {
+// The calling thread's counters, found once for several counts in a row.
+using CountBlock = stats_internal::Block*;
+inline CountBlock ThisThreadCounts() {
   stats_internal::Block* block = stats_internal::tBlock;
   if (__builtin_expect(block == nullptr, 0)) block = stats_internal::AttachThisThread();
+  return block;
+}
+
+// Counts into the block of ThisThreadCounts() on the same thread.
+inline void Count(CountBlock block, Counter counter, int64_t delta) {
   std::atomic<int64_t>& value = block->values[static_cast<int>(counter)];
   if (__builtin_expect(block->shared, 0)) {
     value.fetch_add(delta, std::memory_order_relaxed);
   } else {
     value.store(value.load(std::memory_order_relaxed) + delta, std::memory_order_relaxed);
   }
+}
+
+inline void Count(Counter counter, int64_t delta) {
+  Count(ThisThreadCounts(), counter, delta);
 }
 
 int64_t CountSum(Counter counter);

@@ -82,6 +82,12 @@ void Array::Append(const CPOSObject& value) {
   ++fCount;
 }
 
+void Array::Append(CPOSObject&& value) {
+  EnsureCapacity(fCount + 1);
+  fData[fCount] = static_cast<CPOSObject&&>(value);
+  ++fCount;
+}
+
 void Array::SetAt(uint64_t index, const CPOSObject& value) {
   // The count is 32-bit: an index whose successor does not fit can never be
   // stored.

@@ -41,6 +41,9 @@ class Array final : public BaseObject {
   // at once. Capacity never shrinks. Out of memory leaves the array as it was.
   void EnsureCapacity(uint32_t needed);
   void Append(const CPOSObject& value);
+  // The same with the caller's reference, which a failure leaves with the
+  // caller.
+  void Append(CPOSObject&& value);
   // Replaces the member at `index`; beyond the count the slots in between
   // become holes.
   void SetAt(uint64_t index, const CPOSObject& value);

@@ -44,6 +44,16 @@ void Dict::InsertValue(const CMOXStringHolder& key, const CPOSObject& value) {
   fTree.Insert(DictNode::New(key, value));
 }
 
+void Dict::InsertValue(CMOXStringHolder&& key, CPOSObject&& value) {
+  DictNode* node = fTree.Find(key.CString());
+  if (node != nullptr) {
+    node->fValue = static_cast<CPOSObject&&>(value);
+    return;
+  }
+  fTree.Insert(
+      DictNode::New(static_cast<CMOXStringHolder&&>(key), static_cast<CPOSObject&&>(value)));
+}
+
 void Dict::EraseKey(const char* key) {
   DictNode* node = fTree.Unlink(key);
   if (node != nullptr) DictNode::Delete(node);

@@ -39,6 +39,12 @@ class Dict final : public BaseObject {
   // Stores `value` under `key`. An existing key keeps its node and place and
   // only changes its value; a new key gets a node before the tree is touched.
   void InsertValue(const CMOXStringHolder& key, const CPOSObject& value);
+  // The same with the caller's references, which a failure leaves with the
+  // caller.
+  void InsertValue(CMOXStringHolder&& key, CPOSObject&& value);
+  void InsertValue(const CMOXStringHolder& key, CPOSObject&& value) {
+    InsertValue(CMOXStringHolder(key), static_cast<CPOSObject&&>(value));
+  }
   // Removes `key`; an absent key changes nothing but the shape of the tree.
   void EraseKey(const char* key);
 

@@ -54,6 +54,16 @@ DictNode* DictNode::New(const CMOXStringHolder& key, const MOX_T_MT::CPOSObject&
   return node;
 }
 
+DictNode* DictNode::New(CMOXStringHolder&& key, MOX_T_MT::CPOSObject&& value) {
+  DictNode* node = static_cast<DictNode*>(MOXMemory::AllocOrThrow(sizeof(DictNode)));
+  node->fLeft = node->fRight = node->fParent = nullptr;
+  node->fColour = kRed;
+  node->fKeyPrefix = DictKeyPrefix(key.CString());
+  new (&node->fKey) CMOXStringHolder(static_cast<CMOXStringHolder&&>(key));
+  new (&node->fValue) MOX_T_MT::CPOSObject(static_cast<MOX_T_MT::CPOSObject&&>(value));
+  return node;
+}
+
 void DictNode::Delete(DictNode* node) noexcept {
   node->fValue.~CPOSObject();
   node->fKey.~CMOXStringHolder();

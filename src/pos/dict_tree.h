@@ -41,6 +41,9 @@ struct DictNode {
   // A red node with no links, holding references of its own to `key` and
   // `value`. std::bad_alloc leaves nothing behind.
   static DictNode* New(const CMOXStringHolder& key, const MOX_T_MT::CPOSObject& value);
+  // The same with the caller's references, taken over once the node exists;
+  // on std::bad_alloc they stay with the caller.
+  static DictNode* New(CMOXStringHolder&& key, MOX_T_MT::CPOSObject&& value);
   // Releases the value, then the key, and frees the node.
   static void Delete(DictNode* node) noexcept;
 };

@@ -183,7 +183,7 @@ void SetAt(MOXContainer array, uint64_t index, MOXContainer value) {
 void Append(MOXContainer array, MOXContainer value) {
   EntryGuardVoid([&] {
     CPOSObject member(value);
-    FromContainer<Array>(array)->Append(member);
+    FromContainer<Array>(array)->Append(std::move(member));
   });
 }
 void Remove(MOXContainer array, uint64_t index) {
@@ -223,7 +223,7 @@ void Put(MOXContainer dict, MOXStringAtom key, MOXContainer value) {
     CPOSObject member(value);
     Dict* self = FromContainer<Dict>(dict);
     if (key == nullptr) throw POSException(kNullArgument);
-    self->InsertValue(CMOXStringHolder::Retain(key), member);
+    self->InsertValue(CMOXStringHolder::Retain(key), std::move(member));
   });
 }
 void Remove(MOXContainer dict, MOXStringAtom key) {

@@ -14,16 +14,14 @@
 
 #include "binding/errors.h"
 #include "binding/stack_guard.h"
-#include "pos/pos_client.h"
+#include "pos/array.h"
+#include "pos/dict.h"
+#include "pos/number_string.h"
 #include "pos/pos_object.h"
 #include "pos/text_tokens.h"
+#include "pos/unicode_bindata_rawpointer.h"
 
-using MOX_T_MT::CPOSArray;
-using MOX_T_MT::CPOSDict;
-using MOX_T_MT::CPOSNumber;
 using MOX_T_MT::CPOSObject;
-using MOX_T_MT::CPOSString;
-using MOX_T_MT::CPOSUnicodeString;
 
 namespace NPOSObjectImpl {
 
@@ -43,29 +41,58 @@ constexpr char kUnexpectedBracket[] = "Unexpected ]";
 constexpr char kUnexpectedAngle[] = "Unexpected >";
 constexpr char kUnexpectedCharacter[] = "Unexpected character";
 constexpr char kExpectedKey[] = "Expected dictionary key string";
-constexpr char kBadParserState[] = "Bad parser state";
 constexpr char kStringTooLong[] = "Exceeded max string length";
 constexpr char kNumberTooLong[] = "Exceeded max number length";
 constexpr char kTrailingText[] = "Unexpected characters after object";
+
+// A new object of the library's own, built here directly rather than through
+// the registered interfaces, and held from the moment it has a container: a
+// throw from then on releases it with its holder. When the runtime refuses
+// the container it has deleted the object, and the refusal is raised.
+CPOSObject Hold(BaseObject* object) {
+  return CPOSObject(NewObjectContainer(object));
+}
 
 // The decoders keep their token buffers out of ParseObject's frame, which
 // recurses once for each level of nesting.
 [[gnu::noinline]] CPOSObject DecodeStringToken(const char* begin, const char* end) {
   char text[kMaxStringTokenLength + 1];
   if (!DecodeStringBody(begin, end, text)) throw CFTParseError(kStringTooLong);
-  return CPOSString::New(text);
+  return Hold(new String(text));
+}
+
+// A key: the atom of its text, with no String object around it.
+[[gnu::noinline]] CMOXStringHolder DecodeKeyToken(const char* begin, const char* end) {
+  char text[kMaxStringTokenLength + 1];
+  if (!DecodeStringBody(begin, end, text)) throw CFTParseError(kStringTooLong);
+  return CMOXStringHolder(text);
 }
 
 [[gnu::noinline]] CPOSObject DecodeUnicodeToken(const char* begin, const char* end) {
   uint16_t units[kMaxUnicodeUnits + 1];
   if (!DecodeUnicodeBody(begin, end, units)) throw CFTParseError(kStringTooLong);
-  return CPOSUnicodeString::New(units);
+  return Hold(new UnicodeString(units));
 }
 
 [[gnu::noinline]] CPOSObject DecodeNumberToken(const char* begin, const char* end) {
   double value = 0;
   if (!DecodeNumberBody(begin, end, &value)) throw CFTParseError(kNumberTooLong);
-  return CPOSNumber::New(value);
+  return Hold(new Number(value));
+}
+
+// The body of the parenthesised string that opens at the cursor, or, when the
+// text ends inside it, the syntax error of a text that ends too early
+// (reading on past the end is not an option; a Unicode string is read the
+// same way). The cursor ends one past the closing parenthesis.
+const char* ParenthesisedBody(const char*& cursor, const char** close) {
+  const char* const body = cursor + 1;
+  *close = ScanParenthesisedBody(body);
+  if (*close == nullptr) {
+    cursor = body + std::strlen(body);
+    throw CFTParseError(kEmptyText);
+  }
+  cursor = *close + 1;
+  return body;
 }
 
 // Reads the scalar token at the cursor, or returns an empty object when no
@@ -80,17 +107,20 @@ CPOSObject ParseScalar(const char*& cursor) {
     cursor = ScanNumber(start);
     return DecodeNumberToken(start, cursor);
   }
-  if (*start == '(' || *start == '`') {
+  if (*start == '(') {
+    const char* close = nullptr;
+    const char* const body = ParenthesisedBody(cursor, &close);
+    return DecodeStringToken(body, close);
+  }
+  if (*start == '`') {
     const char* const body = start + 1;
-    const char* const close = *start == '(' ? ScanParenthesisedBody(body) : ScanUnicodeBody(body);
+    const char* const close = ScanUnicodeBody(body);
     if (close == nullptr) {
-      // The text ends inside the token. Reading on past the end is not an
-      // option, so this counts as a text that ends too early.
       cursor = body + std::strlen(body);
       throw CFTParseError(kEmptyText);
     }
     cursor = close + 1;
-    return *start == '(' ? DecodeStringToken(body, close) : DecodeUnicodeToken(body, close);
+    return DecodeUnicodeToken(body, close);
   }
   return CPOSObject();
 }
@@ -98,8 +128,9 @@ CPOSObject ParseScalar(const char*& cursor) {
 // The container being filled, held as what it is: each member goes in
 // without asking the container's class again.
 struct Enclosing {
-  const CPOSArray* array;  // null for a Dict
-  const CPOSDict* dict;    // null for an Array
+  CPOSObject* held;  // the container's own holder, given up as the result
+  Array* array;      // null for a Dict
+  Dict* dict;        // null for an Array
 };
 
 CPOSObject ParseObject(const char*& cursor, const Enclosing* enclosing);
@@ -107,50 +138,69 @@ CPOSObject ParseObject(const char*& cursor, const Enclosing* enclosing);
 // Reads a container's contents after its opening bracket; the result is the
 // container.
 CPOSObject ParseArray(const char*& cursor) {
-  const CPOSArray array = CPOSArray::New();
-  const Enclosing enclosing{&array, nullptr};
+  Array* array = new Array();
+  CPOSObject held = Hold(array);
+  const Enclosing enclosing{&held, array, nullptr};
   ++cursor;
   return ParseObject(cursor, &enclosing);
 }
 
 CPOSObject ParseDict(const char*& cursor) {
-  const CPOSDict dict = CPOSDict::New();
-  const Enclosing enclosing{nullptr, &dict};
+  Dict* dict = new Dict();
+  CPOSObject held = Hold(dict);
+  const Enclosing enclosing{&held, nullptr, dict};
   ++cursor;
   return ParseObject(cursor, &enclosing);
 }
 
-// Adds `current` to the container being filled: appended to an Array, or
-// taken as a key whose value is read next, for a Dict.
-void AddToEnclosing(const char*& cursor, const Enclosing& enclosing, const CPOSObject& current) {
-  if (enclosing.array != nullptr) {
-    enclosing.array->Append(current);
-    return;
+// Reads a key and its value into the Dict being filled. A key is a name or a
+// parenthesised string; anything else is read whole first, as an object, and
+// then refused.
+void ParseDictEntry(const char*& cursor, Dict* dict) {
+  const char* const start = cursor;
+  CMOXStringHolder key;
+  if (IsNameStart(*start)) {
+    cursor = ScanName(start);
+    key = DecodeKeyToken(start, cursor);
+  } else if (*start == '(') {
+    const char* close = nullptr;
+    const char* const body = ParenthesisedBody(cursor, &close);
+    key = DecodeKeyToken(body, close);
+  } else {
+    CPOSObject other;
+    if (*start == '<') {
+      other = ParseDict(cursor);
+    } else if (*start == '[') {
+      other = ParseArray(cursor);
+    } else {
+      other = ParseScalar(cursor);
+      if (other.IsEmpty()) throw CFTParseError(kUnexpectedCharacter);
+    }
+    throw CFTParseError(kExpectedKey);
   }
-  if (enclosing.dict == nullptr) throw CFTParseError(kBadParserState);
-  CPOSString key(current, /*quiet=*/true);
-  if (key.IsEmpty()) throw CFTParseError(kExpectedKey);
-  const char* const keyText = key.Get();
-  const CPOSObject value = ParseObject(cursor, nullptr);
+  CPOSObject value = ParseObject(cursor, nullptr);
   // Put replaces: of a key given twice, the last value stays.
-  enclosing.dict->Put(keyText, value);
+  dict->InsertValue(static_cast<CMOXStringHolder&&>(key), static_cast<CPOSObject&&>(value));
 }
 
 CPOSObject ParseObject(const char*& cursor, const Enclosing* enclosing) {
   // Each level of nesting is a level of this recursion. Too deep for the
   // stack is no syntax error: it passes ParseDocument and is reported.
   MOX_T_MT::CheckStackReserve();
-  if (*cursor == '\0') throw CFTParseError(kEmptyText);
   for (;;) {
+    // Inside a container the text must go on; at top level only blanks were
+    // read so far.
+    while (IsNotationSpace(*cursor)) ++cursor;
     const char c = *cursor;
-    if (IsNotationSpace(c)) {
-      ++cursor;
-    } else if (c == ']' || c == '>') {
+    if (c == '\0') throw CFTParseError(kEmptyText);
+    if (c == ']' || c == '>') {
       ++cursor;
       const bool closes = enclosing != nullptr &&
                           (c == ']' ? enclosing->array != nullptr : enclosing->dict != nullptr);
       if (!closes) throw CFTParseError(c == ']' ? kUnexpectedBracket : kUnexpectedAngle);
-      return c == ']' ? CPOSObject(*enclosing->array) : CPOSObject(*enclosing->dict);
+      return static_cast<CPOSObject&&>(*enclosing->held);
+    } else if (enclosing != nullptr && enclosing->dict != nullptr) {
+      ParseDictEntry(cursor, enclosing->dict);
     } else {
       CPOSObject current;
       if (c == '<') {
@@ -162,11 +212,8 @@ CPOSObject ParseObject(const char*& cursor, const Enclosing* enclosing) {
         if (current.IsEmpty()) throw CFTParseError(kUnexpectedCharacter);
       }
       if (enclosing == nullptr) return current;
-      AddToEnclosing(cursor, *enclosing, current);
+      enclosing->array->Append(static_cast<CPOSObject&&>(current));
     }
-    // Inside a container the text must go on; at top level only blanks were
-    // read so far.
-    if (*cursor == '\0') throw CFTParseError(kEmptyText);
   }
 }
 

@@ -7,9 +7,9 @@
 //   `0041`           UnicodeString, big-endian hexadecimal units
 //   -1.5             Number, digits and points after an optional sign
 //
-// The parser is a client of the object model: it makes every object through
-// the registered interfaces and holds it in a CPOSObject, so a failed parse
-// leaves no object behind.
+// The parser builds the library's own objects directly, each given its
+// container at once and held in a CPOSObject, so a failed parse leaves no
+// object behind. A dictionary key becomes an atom only, never a String.
 //
 // Nesting is by recursion, a frame or two of a few hundred bytes for each
 // level. A text nested deeper than the calling thread's stack allows is

@@ -15,8 +15,19 @@ namespace {
 // classification of the signed value is that of the byte, with the one
 // exception of -1, which is EOF and never a letter.
 bool IsSignedAlpha(char c) {
+  // The ASCII letters are letters in every locale, and the other ASCII
+  // characters are not: only the bytes above ASCII need the C library.
+  if (static_cast<signed char>(c) >= 0) return ((c | 0x20) >= 'a' && (c | 0x20) <= 'z');
   if (static_cast<signed char>(c) == EOF) return false;
   return std::isalpha(static_cast<unsigned char>(c)) != 0;
+}
+
+// The value of a hexadecimal digit of either case, or -1.
+int HexDigitValue(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
 }
 
 }  // namespace
@@ -68,7 +79,14 @@ const char* ScanUnicodeBody(const char* body) {
 }
 
 bool DecodeStringBody(const char* begin, const char* end, char (&out)[kMaxStringTokenLength + 1]) {
-  if (static_cast<size_t>(end - begin) > kMaxStringTokenLength) return false;
+  const size_t length = static_cast<size_t>(end - begin);
+  if (length > kMaxStringTokenLength) return false;
+  // Most tokens quote nothing: one copy.
+  if (std::memchr(begin, '\\', length) == nullptr) {
+    std::memcpy(out, begin, length);
+    out[length] = '\0';
+    return true;
+  }
   char* to = out;
   for (const char* from = begin; from < end; ++from) {
     if (*from == '\\' && from + 1 < end) ++from;
@@ -90,6 +108,19 @@ bool DecodeUnicodeBody(const char* begin, const char* end, uint16_t (&out)[kMaxU
   text[length + 1] = '\0';
   size_t units = 0;
   for (size_t at = 0; at < length; at += 4) {
+    // Four hexadecimal digits, by far the common group, read directly; any
+    // other group is left to the C library's scan, signs, blanks and all.
+    int digits[4];
+    bool plain = at + 4 <= length;
+    for (size_t i = 0; plain && i < 4; ++i) {
+      digits[i] = HexDigitValue(text[at + i]);
+      plain = digits[i] >= 0;
+    }
+    if (plain) {
+      out[units++] = static_cast<uint16_t>((digits[0] << 12) | (digits[1] << 8) | (digits[2] << 4) |
+                                           digits[3]);
+      continue;
+    }
     // Digits that the group lacks read as zero.
     unsigned int high = 0;
     unsigned int low = 0;

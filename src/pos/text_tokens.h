@@ -23,7 +23,11 @@ constexpr size_t kMaxUnicodeUnits = (kMaxUnicodeTokenLength + 3) / 4;
 
 // Space, TAB, LF and CR; no other character separates tokens.
 inline bool IsNotationSpace(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+  // One test of a bit for the four blanks, all at or below ' '.
+  constexpr uint64_t kBlanks =
+      (uint64_t{1} << ' ') | (uint64_t{1} << '\t') | (uint64_t{1} << '\n') | (uint64_t{1} << '\r');
+  const auto byte = static_cast<unsigned char>(c);
+  return byte <= ' ' && ((kBlanks >> byte) & 1) != 0;
 }
 inline bool IsDecimalDigit(char c) {
   return c >= '0' && c <= '9';

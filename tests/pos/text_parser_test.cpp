@@ -119,6 +119,10 @@ TEST_F(TextParser, WellFormedTexts) {
       // short last group stops at the closing accent, its missing digits zero.
       {"`00e9D83Dde00`", "u(00E9 D83D DE00)"},
       {"[`004142`7]", "[u(0041 4200) 7]"},
+      // A group that is not four digits is scanned as the C library scans
+      // "%02X%02x": blanks skipped, a sign or "0x" taken, digits of the next
+      // group borrowed; the unit 0 of a group without digits ends the string.
+      {"`+f+f -120x4112 300g1`", "u(0F0F FF20 0041 1230)"},
       // Of a key given twice, the last value stays.
       {"<b [1] a 2 b <c 3> (a) x>", "<a:'x' b:<c:3>>"},
       // Tokens up to the limits: 100 typed characters, 400 digits.
