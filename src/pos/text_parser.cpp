@@ -17,6 +17,7 @@
 #include "pos/array.h"
 #include "pos/dict.h"
 #include "pos/number_string.h"
+#include "pos/pos_client.h"
 #include "pos/pos_object.h"
 #include "pos/text_tokens.h"
 #include "pos/unicode_bindata_rawpointer.h"
@@ -45,12 +46,40 @@ constexpr char kStringTooLong[] = "Exceeded max string length";
 constexpr char kNumberTooLong[] = "Exceeded max number length";
 constexpr char kTrailingText[] = "Unexpected characters after object";
 
-// A new object of the library's own, built here directly rather than through
-// the registered interfaces, and held from the moment it has a container: a
-// throw from then on releases it with its holder. When the runtime refuses
-// the container it has deleted the object, and the refusal is raised.
-CPOSObject Hold(BaseObject* object) {
-  return CPOSObject(NewObjectContainer(object));
+// A new object of class T, made here as its New... entry makes it but
+// without the call through the registered interface, with the same results:
+// a failure is reported as the entry reports it and leaves a null handle, as
+// does an interface that is not there, and a null handle raises "invalid
+// container". The object is held from the moment it has a container, so a
+// throw from then on releases it with its holder. `made`, when given,
+// receives the object.
+template <class T, class Slots, class... Args>
+CPOSObject MakeHeld(MOX_T_MT::TPOSClientTable<Slots>& client, T** made, Args... args) {
+  MOXContainer container = nullptr;
+  if (client.Refresh() != nullptr) {
+    container = EntryGuard<MOXContainer>([&] {
+      T* object = new T(args...);
+      if (made != nullptr) *made = object;
+      return NewObjectContainer(object);
+    });
+  }
+  return CPOSObject(container);
+}
+
+// What holding a null handle raises: "invalid container", in the runtime's
+// words.
+[[noreturn]] void RaiseAsANullHandle() {
+  const CPOSObject held(nullptr);
+  // A runtime that lets a null handle be held still gives nothing to parse.
+  MOXThrowInvalidContainer();
+}
+
+// Puts a member into the container being filled as the Append and Put
+// entries do: a failure (out of memory) is reported there, and the parse
+// goes on without the member.
+template <class Insert>
+void InsertAsTheEntryWould(Insert&& insert) {
+  EntryGuardVoid(insert);
 }
 
 // The decoders keep their token buffers out of ParseObject's frame, which
@@ -58,26 +87,33 @@ CPOSObject Hold(BaseObject* object) {
 [[gnu::noinline]] CPOSObject DecodeStringToken(const char* begin, const char* end) {
   char text[kMaxStringTokenLength + 1];
   if (!DecodeStringBody(begin, end, text)) throw CFTParseError(kStringTooLong);
-  return Hold(new String(text));
+  return MakeHeld<String>(MOX_T_MT::gPOSStringClient, nullptr, text);
 }
 
 // A key: the atom of its text, with no String object around it.
 [[gnu::noinline]] CMOXStringHolder DecodeKeyToken(const char* begin, const char* end) {
   char text[kMaxStringTokenLength + 1];
   if (!DecodeStringBody(begin, end, text)) throw CFTParseError(kStringTooLong);
-  return CMOXStringHolder(text);
+  // Read as a String would be, with the same failures: no interface, or an
+  // atom the runtime can't make (reported), raise "invalid container".
+  CMOXStringHolder key;
+  if (MOX_T_MT::gPOSStringClient.Refresh() != nullptr) {
+    EntryGuardVoid([&] { key = CMOXStringHolder(text); });
+  }
+  if (key.IsEmpty()) RaiseAsANullHandle();
+  return key;
 }
 
 [[gnu::noinline]] CPOSObject DecodeUnicodeToken(const char* begin, const char* end) {
   uint16_t units[kMaxUnicodeUnits + 1];
   if (!DecodeUnicodeBody(begin, end, units)) throw CFTParseError(kStringTooLong);
-  return Hold(new UnicodeString(units));
+  return MakeHeld<UnicodeString>(MOX_T_MT::gPOSUnicodeStringClient, nullptr, units);
 }
 
 [[gnu::noinline]] CPOSObject DecodeNumberToken(const char* begin, const char* end) {
   double value = 0;
   if (!DecodeNumberBody(begin, end, &value)) throw CFTParseError(kNumberTooLong);
-  return Hold(new Number(value));
+  return MakeHeld<Number>(MOX_T_MT::gPOSNumberClient, nullptr, value);
 }
 
 // The body of the parenthesised string that opens at the cursor, or, when the
@@ -138,16 +174,16 @@ CPOSObject ParseObject(const char*& cursor, const Enclosing* enclosing);
 // Reads a container's contents after its opening bracket; the result is the
 // container.
 CPOSObject ParseArray(const char*& cursor) {
-  Array* array = new Array();
-  CPOSObject held = Hold(array);
+  Array* array = nullptr;
+  CPOSObject held = MakeHeld<Array>(MOX_T_MT::gPOSArrayClient, &array);
   const Enclosing enclosing{&held, array, nullptr};
   ++cursor;
   return ParseObject(cursor, &enclosing);
 }
 
 CPOSObject ParseDict(const char*& cursor) {
-  Dict* dict = new Dict();
-  CPOSObject held = Hold(dict);
+  Dict* dict = nullptr;
+  CPOSObject held = MakeHeld<Dict>(MOX_T_MT::gPOSDictClient, &dict);
   const Enclosing enclosing{&held, nullptr, dict};
   ++cursor;
   return ParseObject(cursor, &enclosing);
@@ -180,7 +216,9 @@ void ParseDictEntry(const char*& cursor, Dict* dict) {
   }
   CPOSObject value = ParseObject(cursor, nullptr);
   // Put replaces: of a key given twice, the last value stays.
-  dict->InsertValue(static_cast<CMOXStringHolder&&>(key), static_cast<CPOSObject&&>(value));
+  InsertAsTheEntryWould([&] {
+    dict->InsertValue(static_cast<CMOXStringHolder&&>(key), static_cast<CPOSObject&&>(value));
+  });
 }
 
 CPOSObject ParseObject(const char*& cursor, const Enclosing* enclosing) {
@@ -212,7 +250,7 @@ CPOSObject ParseObject(const char*& cursor, const Enclosing* enclosing) {
         if (current.IsEmpty()) throw CFTParseError(kUnexpectedCharacter);
       }
       if (enclosing == nullptr) return current;
-      enclosing->array->Append(static_cast<CPOSObject&&>(current));
+      InsertAsTheEntryWould([&] { enclosing->array->Append(static_cast<CPOSObject&&>(current)); });
     }
   }
 }

@@ -3,9 +3,11 @@
 // runtime's live counts as the witness that nothing is left behind.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "pos/text_parser.h"
 #include "pos_fixture.h"
@@ -176,3 +178,32 @@ TEST_F(TextParser, MalformedTextsStopAtTheirPlace) {
 }
 
 }  // namespace
+
+// Memory running out while a member goes into its container costs that member
+// only: the parse reports it and goes on. Making an object or a key fails the
+// whole parse, with nothing left behind.
+TEST_F(TextParser, OutOfMemoryDropsAMemberOrFailsTheParse) {
+  const std::string text = "<a [1 2] b 3>";
+  std::vector<std::string> partial;
+  for (uint64_t n = 1;; ++n) {
+    Runtime::Get().FailNthAllocation(n);
+    MOXContainer object = create_(text.c_str(), nullptr);
+    Runtime::Get().ClearFaults();
+    const Reports reports = TakeReports();
+    const std::string description = Describe(object);
+    p.Drop(object);
+    EXPECT_EQ(moxtest::CountsDiff(started_, Runtime::Get().Counts()), "") << n;
+    if (reports.empty()) {
+      EXPECT_EQ(description, "<a:[1 2] b:3>") << "no allocation failed at " << n;
+      break;
+    }
+    EXPECT_EQ(reports.front(), "std::bad_alloc") << n;
+    if (object != nullptr) partial.push_back(description);
+  }
+  // Among the runs that made a tree: the first member of the array, whose slots
+  // are made when it goes in, and a dictionary member, whose node is.
+  for (const char* dropped : {"<a:[2] b:3>", "<a:[1 2]>"}) {
+    EXPECT_NE(std::find(partial.begin(), partial.end(), dropped), partial.end())
+        << dropped << " in " << ::testing::PrintToString(partial);
+  }
+}
