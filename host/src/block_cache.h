@@ -11,8 +11,8 @@
 // thousands of objects built and released again (a parse, a small clone),
 // whose blocks would otherwise go to the heap and come back one by one. A
 // room of 16 MiB was tried: larger trees ran no faster, and the heap's other
-// users in the same process slower. Builds with
-// AddressSanitizer or ThreadSanitizer take malloc and free for every block, so that a block used
+// users in the same process slower. Builds with AddressSanitizer or
+// ThreadSanitizer take malloc and free for every block, so that a block used
 // after it is let go is still found.
 //
 // Any thread may take and give; a block may be given by another thread than
@@ -61,8 +61,8 @@ struct FreeLists {
   bool closed;
 };
 
-// Constant-initialised, and in the executable's own thread-local block (the
-// runtime is linked into programs, never loaded), so that each access is a
+// Constant-initialised, and in the static thread-local block (the runtime is
+// linked into programs, never loaded with dlopen), so that each access is a
 // plain load off the thread pointer.
 __attribute__((tls_model("initial-exec"))) inline thread_local FreeLists tLists = {};
 
