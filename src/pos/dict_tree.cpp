@@ -45,13 +45,8 @@ DictNode* DictNode::New(const CMOXStringHolder& key, const MOX_T_MT::CPOSObject&
   // way releases them and leaves nothing behind.
   CMOXStringHolder keyCopy(key);
   MOX_T_MT::CPOSObject valueCopy(value);
-  DictNode* node = static_cast<DictNode*>(MOXMemory::AllocOrThrow(sizeof(DictNode)));
-  node->fLeft = node->fRight = node->fParent = nullptr;
-  node->fColour = kRed;
-  node->fKeyPrefix = DictKeyPrefix(keyCopy.CString());
-  new (&node->fKey) CMOXStringHolder(static_cast<CMOXStringHolder&&>(keyCopy));
-  new (&node->fValue) MOX_T_MT::CPOSObject(static_cast<MOX_T_MT::CPOSObject&&>(valueCopy));
-  return node;
+  return New(static_cast<CMOXStringHolder&&>(keyCopy),
+             static_cast<MOX_T_MT::CPOSObject&&>(valueCopy));
 }
 
 DictNode* DictNode::New(CMOXStringHolder&& key, MOX_T_MT::CPOSObject&& value) {
