@@ -171,20 +171,14 @@ struct Enclosing {
 
 CPOSObject ParseObject(const char*& cursor, const Enclosing* enclosing);
 
-// Reads a container's contents after its opening bracket; the result is the
-// container.
-CPOSObject ParseArray(const char*& cursor) {
+// Reads a container's contents after its opening bracket, "[" for an Array
+// and "<" for a Dict, at the cursor; the result is the container.
+CPOSObject ParseContainer(const char*& cursor) {
   Array* array = nullptr;
-  CPOSObject held = MakeHeld<Array>(MOX_T_MT::gPOSArrayClient, &array);
-  const Enclosing enclosing{&held, array, nullptr};
-  ++cursor;
-  return ParseObject(cursor, &enclosing);
-}
-
-CPOSObject ParseDict(const char*& cursor) {
   Dict* dict = nullptr;
-  CPOSObject held = MakeHeld<Dict>(MOX_T_MT::gPOSDictClient, &dict);
-  const Enclosing enclosing{&held, nullptr, dict};
+  CPOSObject held = *cursor == '[' ? MakeHeld<Array>(MOX_T_MT::gPOSArrayClient, &array)
+                                   : MakeHeld<Dict>(MOX_T_MT::gPOSDictClient, &dict);
+  const Enclosing enclosing{&held, array, dict};
   ++cursor;
   return ParseObject(cursor, &enclosing);
 }
@@ -204,10 +198,8 @@ void ParseDictEntry(const char*& cursor, Dict* dict) {
     key = DecodeKeyToken(body, close);
   } else {
     CPOSObject other;
-    if (*start == '<') {
-      other = ParseDict(cursor);
-    } else if (*start == '[') {
-      other = ParseArray(cursor);
+    if (*start == '<' || *start == '[') {
+      other = ParseContainer(cursor);
     } else {
       other = ParseScalar(cursor);
       if (other.IsEmpty()) throw CFTParseError(kUnexpectedCharacter);
@@ -241,10 +233,8 @@ CPOSObject ParseObject(const char*& cursor, const Enclosing* enclosing) {
       ParseDictEntry(cursor, enclosing->dict);
     } else {
       CPOSObject current;
-      if (c == '<') {
-        current = ParseDict(cursor);
-      } else if (c == '[') {
-        current = ParseArray(cursor);
+      if (c == '<' || c == '[') {
+        current = ParseContainer(cursor);
       } else {
         current = ParseScalar(cursor);
         if (current.IsEmpty()) throw CFTParseError(kUnexpectedCharacter);
